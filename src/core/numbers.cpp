@@ -1,0 +1,87 @@
+#include "core/numbers.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "core/failure.h"
+
+namespace vexmor {
+
+namespace {
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+template <typename T>
+T Narrow(double value, const char* what) {
+  const double r = RoundHalfEven(value);
+  if (!(r >= static_cast<double>(std::numeric_limits<T>::min()) &&
+        r <= static_cast<double>(std::numeric_limits<T>::max()))) {
+    throw RunTimeFailure(FailureCode::Overflow, std::string("value does not fit ") + what);
+  }
+  return static_cast<T>(r);
+}
+
+}  // namespace
+
+double LeadingNumber(std::string_view text) {
+  size_t i = 0;
+  while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
+  const size_t start = i;
+  if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+  size_t digits = 0;
+  while (i < text.size() && IsDigit(text[i])) ++i, ++digits;
+  if (i < text.size() && text[i] == '.') {
+    ++i;
+    while (i < text.size() && IsDigit(text[i])) ++i, ++digits;
+  }
+  if (digits == 0) return 0.0;
+  size_t end = i;
+  // An exponent counts only when digits follow it.
+  if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
+    size_t j = i + 1;
+    if (j < text.size() && (text[j] == '+' || text[j] == '-')) ++j;
+    if (j < text.size() && IsDigit(text[j])) {
+      while (j < text.size() && IsDigit(text[j])) ++j;
+      end = j;
+    }
+  }
+  std::string_view number = text.substr(start, end - start);
+  if (!number.empty() && number[0] == '+') number.remove_prefix(1);
+  double value = 0.0;
+  const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
+  if (result.ec == std::errc::result_out_of_range) {
+    // Too large for a double: keep the sign, let narrowing report it.
+    return number[0] == '-' ? -std::numeric_limits<double>::infinity()
+                            : std::numeric_limits<double>::infinity();
+  }
+  return value;
+}
+
+double RoundHalfEven(double value) { return std::nearbyint(value); }
+
+int16_t ToInt16(double value) { return Narrow<int16_t>(value, "a 16-bit field"); }
+int32_t ToInt32(double value) { return Narrow<int32_t>(value, "a 32-bit field"); }
+
+std::string ShortestText(double value) {
+  if (std::isnan(value)) return "NaN";
+  if (std::isinf(value)) return value < 0 ? "-Infinity" : "Infinity";
+  if (value == 0.0) return "0";
+  char buffer[64];
+  std::to_chars_result r;
+  if (value == std::trunc(value) && std::fabs(value) < 1e15) {
+    r = std::to_chars(buffer, buffer + sizeof buffer, static_cast<long long>(value));
+  } else if (std::fabs(value) >= 1e-5 && std::fabs(value) < 1e15) {
+    r = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
+  } else {
+    r = std::to_chars(buffer, buffer + sizeof buffer, value);
+  }
+  return std::string(buffer, r.ptr);
+}
+
+std::string NumberText(double value) {
+  std::string text = ShortestText(value);
+  return (value >= 0 || std::isnan(value)) && text[0] != '-' ? " " + text : text;
+}
+
+}  // namespace vexmor

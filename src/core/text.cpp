@@ -1,0 +1,68 @@
+#include "core/text.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "core/numbers.h"
+#include "core/paths.h"
+#include "core/shared_state.h"
+#include "platform/platform.h"
+
+namespace vexmor {
+
+std::string ToUpper(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+  return text;
+}
+
+int KeyFilter(int& key, std::string_view allowed, bool allowBackspace, Platform& platform) {
+  const auto fold = [](int c) { return c >= 0 && c < 256 ? std::toupper(c) : c; };
+  bool ok = allowBackspace && key == kBackspace;
+  for (char c : allowed) {
+    if (fold(static_cast<unsigned char>(c)) == fold(key)) ok = true;
+  }
+  if (!ok) {
+    key = 0;
+    platform.Beep();
+  }
+  return key;
+}
+
+void ReadTaggedValue(std::string& text, std::string& tag, std::optional<double>& value, Platform& platform) {
+  text = ToUpper(std::move(text));
+  tag = ToUpper(std::move(tag));
+  const size_t p = tag.empty() ? std::string::npos : text.find(tag);
+  if (p == std::string::npos) {
+    platform.Beep();
+    return;
+  }
+  std::string gathered;
+  for (size_t i = p + tag.size(); i <= p + 60; ++i) {
+    if (i >= text.size() || text[i] == '\r') {
+      value = LeadingNumber(gathered);
+      return;
+    }
+    const char c = text[i];
+    if ((c >= '0' && c <= '9') || c == '.') gathered += c;
+  }
+}
+
+void ReplaceAll(std::string& text, std::string_view find, std::string_view with) {
+  if (find.empty()) return;
+  size_t at = text.find(find);
+  while (at != std::string::npos) {
+    text = text.substr(0, at) + std::string(with) + text.substr(at + find.size());
+    at = text.find(find, at + 1);
+  }
+}
+
+void FolderPart(const std::string& path, SharedState& state) { state.FolderOf = FolderOf(path); }
+
+void FindToolDir(SharedState& state, Platform& platform) {
+  state.ToolDir = platform.ReadIniString("TARVIX_SU", "Directory1", "C:\\tarvix\\bin\\", "Tarvix.ini", 90);
+  if (FileExists(state.ToolDir + "segyread.exe") == 1) return;
+  state.ToolDir = platform.ProgramFolder() + kSep;
+}
+
+}  // namespace vexmor

@@ -1,0 +1,139 @@
+#include "platform/jobs.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <strings.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <set>
+
+#include "core/paths.h"
+
+extern char** environ;
+
+namespace vexmor {
+
+namespace {
+
+std::set<pid_t>& Started() {
+  static std::set<pid_t> started;
+  return started;
+}
+
+bool StartsWithNoCase(const std::string& s, std::string_view prefix) {
+  return s.size() >= prefix.size() && strncasecmp(s.c_str(), prefix.data(), prefix.size()) == 0;
+}
+
+bool EndsWithNoCase(const std::string& s, std::string_view end) {
+  return s.size() >= end.size() && strcasecmp(s.c_str() + s.size() - end.size(), end.data()) == 0;
+}
+
+std::vector<std::string> SplitBlanks(const std::string& text) {
+  std::vector<std::string> words;
+  size_t at = 0;
+  while (at < text.size()) {
+    while (at < text.size() && text[at] == ' ') ++at;
+    if (at >= text.size()) break;
+    if (text[at] == '"') {
+      const size_t close = text.find('"', at + 1);
+      const size_t end = close == std::string::npos ? text.size() : close;
+      words.push_back(text.substr(at + 1, end - at - 1));
+      at = end + 1;
+      continue;
+    }
+    const size_t end = std::min(text.find(' ', at), text.size());
+    words.push_back(text.substr(at, end - at));
+    at = end;
+  }
+  return words;
+}
+
+}  // namespace
+
+ShellCommand ParseShellCommand(const std::string& commandLine, const std::string& programFolder) {
+  ShellCommand command;
+  std::string rest = commandLine;
+  while (!rest.empty() && rest.front() == ' ') rest.erase(0, 1);
+  if (StartsWithNoCase(rest, "command.com /c")) {
+    command.closeAtEnd = true;
+    rest.erase(0, std::string_view("command.com /c").size());
+    while (!rest.empty() && rest.front() == ' ') rest.erase(0, 1);
+  }
+  while (!rest.empty() && rest.back() == ' ') rest.pop_back();
+  if (rest.empty()) return command;
+
+  // A whole line naming an existing file is one program, blanks and all.
+  std::vector<std::string> words;
+  if (FileExists(rest) == 1) {
+    words.push_back(rest);
+  } else {
+    words = SplitBlanks(rest);
+  }
+  if (words.empty()) return command;
+  std::string program = words.front();
+  if (program.find(kSep) == std::string::npos && FileExists(program) == 0) {
+    program = programFolder + kSep + program;
+  }
+  program = ResolveExisting(program);
+  if (EndsWithNoCase(program, ".bat")) {
+    command.isScript = true;
+    command.argv = {programFolder + kSep + kBatchRunner};
+    if (command.closeAtEnd) command.argv.push_back("--close");
+    command.argv.push_back(program);
+  } else {
+    command.argv = {program};
+  }
+  command.argv.insert(command.argv.end(), words.begin() + 1, words.end());
+  return command;
+}
+
+int StartJob(const std::vector<std::string>& argv) {
+  if (argv.empty() || access(argv[0].c_str(), X_OK) != 0) return 0;
+  ReapJobs();
+  std::vector<char*> args;
+  for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+  args.push_back(nullptr);
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO);
+  pid_t pid = 0;
+  const int rc = posix_spawn(&pid, argv[0].c_str(), &actions, nullptr, args.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (rc != 0) return 0;
+  Started().insert(pid);
+  return static_cast<int>(pid);
+}
+
+void ReapJobs() {
+  auto& started = Started();
+  for (auto it = started.begin(); it != started.end();) {
+    int status = 0;
+    const pid_t r = waitpid(*it, &status, WNOHANG);
+    if (r == *it || (r < 0 && errno == ECHILD)) {
+      it = started.erase(it);
+    } else {
+      ++it;
+    }
+  }
+}
+
+void WaitForJobs() {
+  auto& started = Started();
+  for (pid_t pid : started) {
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+  }
+  started.clear();
+}
+
+int RunningJobs() {
+  ReapJobs();
+  return static_cast<int>(Started().size());
+}
+
+}  // namespace vexmor

@@ -1,0 +1,38 @@
+#pragma once
+// Starting outside programs and job scripts, without waiting for them, and
+// reaping them when they end. Both platforms start jobs through here.
+#include <string>
+#include <vector>
+
+namespace vexmor {
+
+struct ShellCommand {
+  std::vector<std::string> argv;  // program and its arguments, ready to start
+  bool closeAtEnd = false;        // the command had the interpreter prefix in front
+  bool isScript = false;          // a .bat job script, run by the batch runner
+};
+
+// The interpreter prefix that makes a job window close at its end.
+inline constexpr const char* kInterpreterPrefix = "command.com /c ";
+
+// Reads a Shell command line: the interpreter prefix, a program or a .bat
+// script (run by our batch runner, found in programFolder), its arguments.
+// A program named without a folder is looked for in programFolder.
+ShellCommand ParseShellCommand(const std::string& commandLine, const std::string& programFolder);
+
+// Starts the program (standard input from /dev/null, standard output to our
+// standard error, so that a transcript on standard output stays clean).
+// Gives its process id, 0 if it could not be started.
+int StartJob(const std::vector<std::string>& argv);
+
+// Reaps the jobs that have ended; never blocks.
+void ReapJobs();
+// Waits for every job started here.
+void WaitForJobs();
+// How many started jobs have not been reaped.
+int RunningJobs();
+
+// Name of our batch runner, beside the other programs.
+inline constexpr const char* kBatchRunner = "vexmor-bat";
+
+}  // namespace vexmor

@@ -1,0 +1,3 @@
+#include <gtest/gtest.h>
+#include "core/numbers.h"
+TEST(Numbers, Placeholder) { EXPECT_EQ(vexmor::LeadingNumber(" 24"), 24.0); }
