@@ -1,1 +1,52 @@
-int main() { return 0; }
+// vexmor-cli: the panels without a screen.
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include "panels/registry.h"
+#include "panels/script.h"
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: vexmor-cli run FILE      run a panel script (FILE or - for standard input);\n"
+    "                                the transcript goes to standard output\n"
+    "       vexmor-cli panels        list the panels a script can open\n"
+    "Exit status: 0 when the script ran to its end, 2 on a script error.\n";
+
+int Run(const std::string& file) {
+  std::string text;
+  if (file == "-") {
+    text.assign(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+  } else {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) {
+      std::cerr << "vexmor-cli: cannot read the script " << file << ": " << std::strerror(errno) << '\n';
+      return 2;
+    }
+    std::ostringstream all;
+    all << in.rdbuf();
+    text = all.str();
+  }
+  return vexmor::RunScriptHeadless(text, std::cout, std::cerr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string command = argc > 1 ? argv[1] : "";
+  if (command == "run" && argc == 3) return Run(argv[2]);
+  if (command == "panels" && argc == 2) {
+    for (const auto& type : vexmor::PanelTypes()) std::cout << type.name << '\n';
+    return 0;
+  }
+  if (command == "-h" || command == "--help" || command == "help") {
+    std::cout << kUsage;
+    return 0;
+  }
+  std::cerr << kUsage;
+  return 2;
+}

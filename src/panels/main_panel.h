@@ -1,0 +1,25 @@
+#pragma once
+// MainPanel: the board of radio options, one for each route. It is the
+// first panel loaded and the only permanent one; closing it ends the system.
+#include <span>
+
+#include "panels/form.h"
+#include "panels/session.h"
+
+namespace vexmor {
+
+std::span<const ControlSpec> MainPanelControls();
+
+struct MainPanel {
+  explicit MainPanel(Session& session);
+
+  Session& session;
+  SharedState& state;
+  Platform& platform;
+  Form form;
+  Control& Check1 = form["Check1"];
+
+  void Form_Load();
+};
+
+}  // namespace vexmor

@@ -1,0 +1,27 @@
+#pragma once
+// Every panel of the system, by its name: the one list of them.
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include "panels/session.h"
+
+namespace vexmor {
+
+struct PanelType {
+  std::string_view name;
+  Session::Loaded (*make)(Session& session);
+};
+
+std::span<const PanelType> PanelTypes();
+const PanelType* FindPanelType(std::string_view name);
+
+// Makes a panel whose struct P has a member `Form form` and a constructor
+// taking the session.
+template <typename P>
+Session::Loaded MakePanel(Session& session) {
+  auto panel = std::make_shared<P>(session);
+  return Session::Loaded{panel, &panel->form, false};
+}
+
+}  // namespace vexmor

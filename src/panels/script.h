@@ -1,0 +1,77 @@
+#pragma once
+// Panel scripts: the commands of a user at mouse and keyboard, one a line,
+// with queued answers for the dialogs. The runner acts on the controls as
+// the user would and writes the transcript.
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "panels/session.h"
+#include "platform/answer_queue.h"
+#include "platform/transcript.h"
+
+namespace vexmor {
+
+class ScriptError : public std::runtime_error {
+ public:
+  ScriptError(int line, const std::string& reason)
+      : std::runtime_error("line " + std::to_string(line) + ": " + reason), line_(line) {}
+  int Line() const { return line_; }
+
+ private:
+  int line_;
+};
+
+struct ScriptLine {
+  int number;                       // from 1
+  std::vector<std::string> words;   // quotes and escapes resolved
+};
+
+// Splits one line into words; throws std::invalid_argument on an open quote
+// or an unknown escape.
+std::vector<std::string> SplitScriptWords(std::string_view line);
+// The commands of a script; blank lines and # comments left out. Throws
+// ScriptError on a line that cannot be split.
+std::vector<ScriptLine> ParseScript(std::string_view text);
+
+// How `show` prints a control.
+std::vector<std::string> ShowLines(const Control& control);
+
+class ScriptRunner {
+ public:
+  ScriptRunner(Session& session, AnswerQueue& answers, TranscriptSink out);
+  // Runs the lines in order; a script error stops at its line (throws).
+  void Run(const std::vector<ScriptLine>& lines);
+  void RunLine(const ScriptLine& line);
+
+ private:
+  Form& Current(int line);
+  Control& ControlOf(int line, const std::string& name);
+  void Click(Form& form, Control& control);
+  void Show(int line, const std::string& what);
+  void Wait(double seconds);
+
+  Session& session_;
+  AnswerQueue& answers_;
+  TranscriptSink out_;
+  std::string current_;
+};
+
+}  // namespace vexmor
+
+#include <iosfwd>
+
+namespace vexmor {
+
+class HeadlessPlatform;
+
+// Runs a whole script without a screen, as `vexmor-cli run` does: the
+// transcript on out, a script error as "line N: REASON" on err. Gives the
+// exit status: 0 when the script ran to its end, 2 on a script error. Waits
+// for the jobs the script started before it returns.
+int RunScriptHeadless(std::string_view text, std::ostream& out, std::ostream& err);
+// The same on a platform of the caller's (tests set its program folder).
+int RunScriptHeadless(std::string_view text, HeadlessPlatform& platform, std::ostream& out, std::ostream& err);
+
+}  // namespace vexmor
