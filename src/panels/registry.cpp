@@ -6,11 +6,42 @@ namespace vexmor {
 
 namespace {
 
+// One row for each panel; a panel that is not built yet opens empty.
 constexpr PanelType kPanels[] = {
     {"MainPanel", MakePanel<MainPanel>},
+    {"sisforme", MakeEmptyPanel},
+    {"abem", MakeEmptyPanel},
+    {"es1225", MakeEmptyPanel},
+    {"oyo", MakeEmptyPanel},
+    {"HandyViewer", MakeEmptyPanel},
+    {"Bison", MakeEmptyPanel},
+    {"DOLANG", MakeEmptyPanel},
+    {"pasi", MakeEmptyPanel},
+    {"Ambrogeo", MakeEmptyPanel},
+    {"Radar_F", MakeEmptyPanel},
+    {"DT1", MakeEmptyPanel},
+    {"DZT_old", MakeEmptyPanel},
+    {"ASCII2SU", MakeEmptyPanel},
+    {"DZT2", MakeEmptyPanel},
+    {"Convert", MakeEmptyPanel},
+    {"SEGY", MakeEmptyPanel},
+    {"SU2SGY", MakeEmptyPanel},
+    {"Add_SU_files", MakeEmptyPanel},
+    {"pick", MakeEmptyPanel},
+    {"editor", MakeEmptyPanel},
+};
+
+struct EmptyPanel {
+  EmptyPanel(Session& session, std::string_view name) : form(session, std::string(name), std::string(name), {}) {}
+  Form form;
 };
 
 }  // namespace
+
+Session::Loaded MakeEmptyPanel(Session& session, std::string_view name) {
+  auto panel = std::make_shared<EmptyPanel>(session, name);
+  return Session::Loaded{panel, &panel->form, false};
+}
 
 std::span<const PanelType> PanelTypes() { return kPanels; }
 

@@ -10,7 +10,7 @@ namespace vexmor {
 
 struct PanelType {
   std::string_view name;
-  Session::Loaded (*make)(Session& session);
+  Session::Loaded (*make)(Session& session, std::string_view name);
 };
 
 std::span<const PanelType> PanelTypes();
@@ -19,9 +19,12 @@ const PanelType* FindPanelType(std::string_view name);
 // Makes a panel whose struct P has a member `Form form` and a constructor
 // taking the session.
 template <typename P>
-Session::Loaded MakePanel(Session& session) {
+Session::Loaded MakePanel(Session& session, std::string_view) {
   auto panel = std::make_shared<P>(session);
   return Session::Loaded{panel, &panel->form, false};
 }
+
+// A panel that is not built yet: a window of that name with no controls.
+Session::Loaded MakeEmptyPanel(Session& session, std::string_view name);
 
 }  // namespace vexmor

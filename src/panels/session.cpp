@@ -39,7 +39,7 @@ Form& Session::Open(std::string_view name) {
   if (it == loaded_.end()) {
     const PanelType* type = FindPanelType(name);
     if (type == nullptr) throw std::out_of_range("no panel named " + std::string(name));
-    loaded_.push_back(type->make(*this));
+    loaded_.push_back(type->make(*this, type->name));
     Form& form = *loaded_.back().form;
     form.Raise(kFormEvents, "Load");
     // Form_Load may have closed the panel again.

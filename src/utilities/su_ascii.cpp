@@ -1,0 +1,6 @@
+#include "utilities/su_ascii.h"
+
+namespace vexmor {
+void su2ascii2(Session&) {}
+void su2Ascii(Session&) {}
+}  // namespace vexmor
