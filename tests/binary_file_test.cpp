@@ -1,0 +1,124 @@
+#include "core/binary_file.h"
+
+#include <gtest/gtest.h>
+
+#include "core/failure.h"
+#include "core/su_trace.h"
+#include "test_util.h"
+
+namespace vexmor {
+namespace {
+
+using test::ReadBytes;
+using test::TempDir;
+
+TEST(BinaryFile, OpenModes) {
+  TempDir dir;
+  const std::string path = dir / "out.su";
+  test::WriteBytes(path, std::vector<uint8_t>(100, 0xAA));
+  {
+    BinaryFile f(path, BinaryFile::Mode::Update);  // not emptied
+    EXPECT_EQ(f.Size(), 100);
+    f.WriteI16(0, 0x0102);
+  }
+  auto bytes = ReadBytes(path);
+  ASSERT_EQ(bytes.size(), 100u);
+  EXPECT_EQ(bytes[0], 0x02);
+  EXPECT_EQ(bytes[1], 0x01);
+  EXPECT_EQ(bytes[2], 0xAA);  // the tail stays
+  {
+    BinaryFile f(path, BinaryFile::Mode::Create);  // emptied
+    EXPECT_EQ(f.Size(), 0);
+    f.WriteI32(8, -2);
+  }
+  bytes = ReadBytes(path);
+  EXPECT_EQ(bytes, (std::vector<uint8_t>{0, 0, 0, 0, 0, 0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF}));
+
+  EXPECT_THROW(BinaryFile(dir / "missing", BinaryFile::Mode::Read), RunTimeFailure);
+  EXPECT_THROW(BinaryFile(dir / "no/such/folder", BinaryFile::Mode::Create), RunTimeFailure);
+  EXPECT_THROW(BinaryFile("", BinaryFile::Mode::Read), RunTimeFailure);
+  BinaryFile readOnly(path, BinaryFile::Mode::Read);
+  EXPECT_THROW(readOnly.WriteI16(0, 1), RunTimeFailure);
+}
+
+TEST(BinaryFile, ReadingPastTheEndGivesZeros) {
+  TempDir dir;
+  test::WriteBytes(dir / "f", {1, 2, 3});
+  BinaryFile f(dir / "f", BinaryFile::Mode::Read);
+  uint8_t buf[6] = {9, 9, 9, 9, 9, 9};
+  EXPECT_EQ(f.Read(1, buf, 6), 2u);
+  EXPECT_EQ(buf[0], 2);
+  EXPECT_EQ(buf[1], 3);
+  EXPECT_EQ(buf[2], 0);
+  EXPECT_EQ(buf[5], 0);
+  EXPECT_EQ(f.ReadI32(1000), 0);
+  EXPECT_THROW(f.Read(-1, buf, 1), RunTimeFailure);
+  // A large block past the end, straight from the file.
+  std::vector<uint8_t> big(1 << 20, 7);
+  EXPECT_EQ(f.Read(0, big.data(), big.size()), 3u);
+  EXPECT_EQ(big[3], 0);
+}
+
+TEST(BinaryFile, HeaderWordsWrittenOneByOneCostNoSystemCallEach) {
+  TempDir dir;
+  BinaryFile f(dir / "t.su", BinaryFile::Mode::Create);
+  std::vector<float> samples(1000, 1.5f);
+  for (int trace = 0; trace < 10; ++trace) {
+    const int64_t pos = static_cast<int64_t>(TraceSize(1000)) * trace;
+    for (const SuWord& w : SuWords()) {
+      if (w.width == 2) f.WriteI16(pos + w.offset, static_cast<int16_t>(w.number));
+      else f.WriteI32(pos + w.offset, w.number);
+    }
+    f.Write(pos + 240, samples.data(), samples.size() * 4);
+  }
+  EXPECT_EQ(f.SystemCalls(), 0);  // all of it still in the window
+  f.Flush();
+  EXPECT_EQ(f.SystemCalls(), 1);
+  f.Close();
+  const auto bytes = ReadBytes(dir / "t.su");
+  ASSERT_EQ(bytes.size(), 42400u);
+  EXPECT_EQ(GetLE16(&bytes[4240 * 9 + 114]), 39);
+  EXPECT_EQ(GetLEFloat(&bytes[4240 * 9 + 240]), 1.5f);
+}
+
+TEST(BinaryFile, WordsNotWrittenKeepWhatTheFileHeld) {
+  TempDir dir;
+  const std::string path = dir / "f";
+  std::vector<uint8_t> old(3 << 20);
+  for (size_t i = 0; i < old.size(); ++i) old[i] = static_cast<uint8_t>(i * 7);
+  test::WriteBytes(path, old);
+  {
+    BinaryFile f(path, BinaryFile::Mode::Update);
+    f.WriteI16(10, 0);
+    f.WriteI16(20, 0);          // a gap between two words in one window
+    f.WriteI16(2'500'000, 0);   // another window
+    std::vector<uint8_t> block(700'000, 1);  // a large block across windows
+    f.Write(1'000'000, block.data(), block.size());
+    EXPECT_EQ(f.ReadI16(10), 0);            // reads see the writes
+    EXPECT_EQ(f.ReadU8(1'000'001), 1);
+  }
+  const auto now = ReadBytes(path);
+  ASSERT_EQ(now.size(), old.size());
+  for (size_t i = 0; i < now.size(); ++i) {
+    const bool written = (i >= 10 && i < 12) || (i >= 20 && i < 22) || (i >= 2'500'000 && i < 2'500'002) ||
+                         (i >= 1'000'000 && i < 1'700'000);
+    if (!written) {
+      ASSERT_EQ(now[i], old[i]) << "byte " << i;
+    }
+  }
+}
+
+TEST(BinaryFile, WritingFarPastTheEndFillsWithZeros) {
+  TempDir dir;
+  {
+    BinaryFile f(dir / "f", BinaryFile::Mode::Create);
+    f.WriteI16(5'000'000, 0x0707);
+  }
+  const auto bytes = ReadBytes(dir / "f");
+  ASSERT_EQ(bytes.size(), 5'000'002u);
+  EXPECT_EQ(bytes[4'999'999], 0);
+  EXPECT_EQ(bytes[5'000'000], 7);
+}
+
+}  // namespace
+}  // namespace vexmor
