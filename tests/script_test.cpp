@@ -230,3 +230,33 @@ TEST(Events, AFailureEscapingAnOperationIsShownNotThrown) {
 
 }  // namespace
 }  // namespace vexmor
+
+namespace vexmor {
+namespace {
+
+// The program itself, as outside checks run it.
+TEST(VexmorCli, RunPrintsTheTranscriptAndExitsWithTheScriptStatus) {
+  test::TempDir dir;
+  test::WriteText(dir / "ok.txt", "open MainPanel\nshow state.NewLine\n");
+  test::WriteText(dir / "bad.txt", "open MainPanel\nclick Nothing\n");
+  const std::string cli = std::string(VEXMOR_BIN_DIR) + "/vexmor-cli";
+  auto run = [&](const std::string& args, std::string& out) {
+    FILE* pipe = popen((cli + " " + args + " 2>" + (dir / "err")).c_str(), "r");
+    out.clear();
+    char buf[256];
+    while (fgets(buf, sizeof buf, pipe)) out += buf;
+    return WEXITSTATUS(pclose(pipe));
+  };
+  std::string out;
+  EXPECT_EQ(run("run " + (dir / "ok.txt"), out), 0);
+  EXPECT_EQ(out, "opened MainPanel\nstate.NewLine = \"\\r\\n\"\n");
+  EXPECT_EQ(run("run " + (dir / "bad.txt"), out), 2);
+  EXPECT_EQ(test::ReadText(dir / "err"), "line 2: panel MainPanel has no control Nothing\n");
+  EXPECT_EQ(run("run - < " + (dir / "ok.txt"), out), 0);
+  EXPECT_EQ(out, "opened MainPanel\nstate.NewLine = \"\\r\\n\"\n");
+  EXPECT_EQ(run("run " + (dir / "missing.txt"), out), 2);
+  EXPECT_EQ(run("", out), 2);
+}
+
+}  // namespace
+}  // namespace vexmor
