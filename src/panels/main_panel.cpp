@@ -1,6 +1,9 @@
 #include "panels/main_panel.h"
 
+#include "core/failure.h"
+#include "core/paths.h"
 #include "core/text.h"
+#include "utilities/su_ascii.h"
 
 namespace vexmor {
 
@@ -51,7 +54,79 @@ constexpr ControlSpec kControls[] = {
 
 constexpr EventRow<MainPanel> kEvents[] = {
     {kFormEvents, "Load", Op<&MainPanel::Form_Load>},
+    {kFormEvents, "Unload", Op<&MainPanel::Form_Unload>},
+    {"Option25", "Click", Op<&MainPanel::Option25_Click>},
+    {"Option26", "Click", Op<&MainPanel::Option26_Click>},
+    {"Option27", "Click", Op<&MainPanel::Option27_Click>},
+    {"Command2", "Click", Op<&MainPanel::Command2_Click>},
+    {"Command3", "Click", Op<&MainPanel::Command3_Click>},
+    {"Command4", "Click", Op<&MainPanel::Command4_Click>},
 };
+
+void StartSeg2Su(MainPanel& panel) {
+  if (panel.platform.Shell("SEG2SU.EXE", 1) == 0) {
+    panel.platform.MessageBox("SEG2SU.EXE must be in the same folder as VEXMOR.EXE", buttons::kOk, "");
+  }
+}
+void RunSu2Ascii(MainPanel& panel) { su2Ascii(panel.session); }
+void RunSu2Ascii2(MainPanel& panel) { su2ascii2(panel.session); }
+
+// One step of the dispatch: what a selected option does. ConvertMode is set
+// ahead of opening the panel that reads it.
+struct LanceStep {
+  std::string_view option;
+  std::string_view panel = {};        // panel opened, if any
+  std::string_view convertMode = {};  // job of the panel Convert, if any
+  void (*run)(MainPanel&) = nullptr;  // an action in place, if any
+};
+
+// The dispatch order. Every option here runs Lance when clicked.
+constexpr LanceStep kLanceSteps[] = {
+    {"Option1", {}, {}, StartSeg2Su},
+    {"Option24", {}, {}, RunSu2Ascii},
+    {"Option2", "SEGY", "SEGY2SU"},
+    {"Option3", "Convert", "KGSI2SU"},
+    {"Option4", "es1225"},
+    {"Option5", "abem"},
+    {"Option6", "DOLANG"},
+    {"Option7", "sisforme"},
+    {"Option8", {}, {}, RunSu2Ascii2},
+    {"Option9", "Convert", "KGS2SU"},
+    {"Option10", "oyo"},
+    {"Option11", "Convert", "SU2KGS"},
+    {"Option12", "Radar_F"},
+    {"Option14", "Bison"},
+    {"Option13", "Convert", "SEGD2SU"},
+    {"Option15", "SU2SGY"},
+    {"Option16", "pasi"},
+    {"Option17", "DT1"},
+    {"Option18", "DZT2"},
+    {"Option19", "Ambrogeo"},
+    {"Option20", "Add_SU_files"},
+    {"Option23", "ASCII2SU"},
+};
+
+constexpr const char* kHelpLines[] = {
+    "Select the type of file and press on CONVERT",
+    " If you don't know what type of file your seismograph",
+    " produce, you must read the owner manual. ",
+    " If your seismograph don't appears on the panel  ",
+    " you can contact Norvane.  ",
+    " E-mail us some file sample and all available informations ",
+    " Number of samples, sample rate, traces per record...  ",
+    " ALL TYPE OF FILES CAN BE CONVERTED !",
+    " If you are familiar with ¨seismic data use OTHER FILE TO SU menu !",
+    " This module can convert nearly all type of seismic file ",
+};
+
+// A step that fails is passed over and the next one runs.
+template <typename Step>
+void PassOver(Step&& step) {
+  try {
+    step();
+  } catch (const RunTimeFailure&) {
+  }
+}
 
 }  // namespace
 
@@ -63,6 +138,7 @@ MainPanel::MainPanel(Session& s)
       platform(s.GetPlatform()),
       form(s, "MainPanel", "Norvane Seismic file conversion", kControls) {
   BindEvents<MainPanel>(form, *this, kEvents);
+  for (const LanceStep& step : kLanceSteps) form.On(step.option, "Click", [this](EventArgs&) { Lance(); });
 }
 
 void MainPanel::Form_Load() {
@@ -70,5 +146,63 @@ void MainPanel::Form_Load() {
   state.CommandPrefix = "command.com /c ";
   state.NewLine = "\r\n";
 }
+
+}  // namespace vexmor
+
+namespace vexmor {
+
+void MainPanel::Form_Unload() {
+  // Nothing to save and nothing to wait for: the session ends every other
+  // panel with this one, and jobs in their shell windows run on.
+}
+
+void MainPanel::Lance() {
+  state.CommandPrefix = Check1.Value() ? "command.com /c " : "";
+  for (const LanceStep& step : kLanceSteps) {
+    if (!form[step.option].Value()) continue;
+    PassOver([&] {
+      if (!step.convertMode.empty()) state.ConvertMode = step.convertMode;
+      if (!step.panel.empty()) session.Open(step.panel);
+      if (step.run != nullptr) step.run(*this);
+    });
+  }
+}
+
+void MainPanel::LaunchViewer(const std::string& program) {
+  const std::string folder = platform.ProgramFolder();
+  if (platform.ShellOpen(form.Name(), "open", program, folder) < 32) {
+    platform.MessageBox("Unable to shell application:" + program, buttons::kOk, "");
+  }
+}
+
+void MainPanel::Option25_Click() {
+  PassOver([&] { LaunchViewer(platform.ProgramFolder() + kSep + "quartel.exe"); });
+}
+
+void MainPanel::Option26_Click() {
+  PassOver([&] { LaunchViewer(platform.ProgramFolder() + kSep + "quartely.exe"); });
+}
+
+void MainPanel::Option27_Click() {
+  PassOver([&] {
+    const std::string program = platform.ProgramFolder() + kSep + "tolmix.exe";
+    if (FileExists(program) == 0) {
+      platform.MessageBox("Download TOLMIX.EXE from web and put this file in BIN folder", buttons::kCritical,
+                          kConverterTitle);
+      return;
+    }
+    LaunchViewer(program);
+  });
+}
+
+void MainPanel::Command2_Click() { session.Close(form.Name()); }
+
+void MainPanel::Command3_Click() {
+  std::string text;
+  for (const char* line : kHelpLines) text += line + state.NewLine;
+  platform.MessageBox(text, buttons::kInformation, kConverterTitle);
+}
+
+void MainPanel::Command4_Click() { session.Open("pick"); }
 
 }  // namespace vexmor

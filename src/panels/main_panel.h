@@ -20,6 +20,18 @@ struct MainPanel {
   Control& Check1 = form["Check1"];
 
   void Form_Load();
+  void Form_Unload();
+  // Acts on every selected option of every frame, in the board's fixed order.
+  void Lance();
+  void Option25_Click();
+  void Option26_Click();
+  void Option27_Click();
+  void Command2_Click();
+  void Command3_Click();
+  void Command4_Click();
+
+ private:
+  void LaunchViewer(const std::string& program);
 };
 
 }  // namespace vexmor

@@ -1,5 +1,6 @@
 #include "panels/registry.h"
 
+#include "importers/seismograph/sisforme.h"
 #include "panels/main_panel.h"
 
 namespace vexmor {
@@ -9,7 +10,7 @@ namespace {
 // One row for each panel; a panel that is not built yet opens empty.
 constexpr PanelType kPanels[] = {
     {"MainPanel", MakePanel<MainPanel>},
-    {"sisforme", MakeEmptyPanel},
+    {"sisforme", MakePanel<Sisforme>},
     {"abem", MakeEmptyPanel},
     {"es1225", MakeEmptyPanel},
     {"oyo", MakeEmptyPanel},
