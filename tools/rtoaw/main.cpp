@@ -1,0 +1,110 @@
+// rtoaw: the scans of a GSSI DZT radar file to the column text that the
+// ASCII importer reads, from a terminal or, with no arguments on a desktop,
+// from a small window.
+#include <sys/stat.h>
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "core/failure.h"
+#include "dzt_format.h"
+#include "tool_window_env.h"
+
+#ifdef VEXMOR_TOOL_WINDOW
+#include "rtoaw_window.h"
+#endif
+
+namespace {
+
+using namespace vexmor;
+
+const char* const kUsage =
+    "usage: rtoaw [-c N] [-r] FILE.DZT [FILE.TXT]   DZT radar scans to column text for the ASCII import\n"
+    "  FILE.TXT  the text to write (FILE.TXT beside the input when left out); a file of several\n"
+    "            channels gives FILE_1.TXT, FILE_2.TXT ...\n"
+    "  -c N      channel N only\n"
+    "  -r        samples as stored: unsigned 8- and 16-bit values keep their zero at 128 or 32768\n"
+    "  -h        this text\n"
+    "The text has one row for each sample and one column for each scan, separated by commas.\n"
+#ifdef VEXMOR_TOOL_WINDOW
+    "Started with no argument on a desktop, rtoaw opens its window.\n"
+    "  --screenshot FILE.png [FILE.DZT]   draw the window to a picture and end\n"
+#endif
+    ;
+
+bool SameFile(const std::string& a, const std::string& b) {
+  struct stat sa{}, sb{};
+  return ::stat(a.c_str(), &sa) == 0 && ::stat(b.c_str(), &sb) == 0 && sa.st_dev == sb.st_dev &&
+         sa.st_ino == sb.st_ino;
+}
+
+int Usage(const std::string& error) {
+  if (!error.empty()) std::cerr << "rtoaw: " << error << '\n';
+  std::cerr << kUsage;
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  DztToTextOptions options;
+  std::vector<std::string> files;
+  std::string screenshot;
+  for (int k = 1; k < argc; ++k) {
+    const std::string arg = argv[k];
+    if (arg == "-h" || arg == "--help") {
+      std::cout << kUsage;
+      return 0;
+    } else if (arg == "-r" || arg == "--raw") {
+      options.centre = false;
+    } else if (arg == "-c" || arg == "--channel" || arg == "--screenshot") {
+      if (k + 1 >= argc) return Usage(arg + " needs a value");
+      const std::string value = argv[++k];
+      if (arg == "--screenshot") {
+        screenshot = value;
+      } else {
+        try {
+          options.channel = std::stoi(value);
+        } catch (const std::exception&) {
+          options.channel = 0;
+        }
+        if (options.channel < 1) return Usage("the channel is a number from 1");
+      }
+    } else if (arg.size() > 1 && arg[0] == '-') {
+      return Usage("unknown option " + arg);
+    } else {
+      files.push_back(arg);
+    }
+  }
+#ifdef VEXMOR_TOOL_WINDOW
+  if (!screenshot.empty()) return RunRtoawWindow(argc, argv, screenshot, files.empty() ? "" : files[0]);
+  if (argc == 1 && DesktopPresent()) return RunRtoawWindow(argc, argv, "", "");
+#endif
+  if (files.empty() || files.size() > 2) return Usage(files.empty() ? "" : "one DZT file at a time");
+  const std::string input = files[0];
+  const std::string output = files.size() > 1 ? files[1] : "";
+  try {
+    if (!output.empty() && SameFile(input, output)) return Usage(output + " is the input file");
+    const DztToTextResult r = DztToText(input, output, options);
+    const DztHeader& h = r.header;
+    std::cout << input << ": " << h.scans << " scans of " << h.samplesPerScan << " samples, " << h.bits
+              << " bits, " << h.channels << " channel" << (h.channels == 1 ? "" : "s") << ", time window "
+              << h.rangeNs << " ns\n";
+    for (const std::string& name : r.outputs) {
+      std::cout << "written " << name << ": " << h.samplesPerScan << " rows (samples) of " << h.scans
+                << " columns (scans)\n";
+    }
+    for (const std::string& note : r.notes) std::cout << note << '\n';
+    std::cout << "Samples per scan: " << h.samplesPerScan
+              << ". Remember this number: the ASCII import asks for it.\n";
+    return 0;
+  } catch (const DztError& e) {
+    std::cerr << "rtoaw: " << e.what() << '\n';
+  } catch (const RunTimeFailure& e) {
+    std::cerr << "rtoaw: " << e.what() << '\n';
+  } catch (const std::bad_alloc&) {
+    std::cerr << "rtoaw: " << input << ": too large to convert in memory\n";
+  }
+  return 1;
+}

@@ -1,0 +1,188 @@
+#include "rtoaw_window.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPixmap>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <QWidget>
+
+#include "dzt_format.h"
+
+namespace {
+
+using namespace vexmor;
+
+const char* const kTitle = "GSSI DZT to ASCII";
+
+class RtoawWindow : public QWidget {
+ public:
+  RtoawWindow() {
+    setWindowTitle(kTitle);
+    auto* filesBox = new QGroupBox("Files");
+    input_ = new QLineEdit;
+    output_ = new QLineEdit;
+    auto* chooseInput = new QPushButton("Input file...");
+    auto* chooseOutput = new QPushButton("Output file...");
+    auto* inputRow = new QHBoxLayout;
+    inputRow->addWidget(input_, 1);
+    inputRow->addWidget(chooseInput);
+    auto* outputRow = new QHBoxLayout;
+    outputRow->addWidget(output_, 1);
+    outputRow->addWidget(chooseOutput);
+    auto* files = new QFormLayout(filesBox);
+    files->addRow("DZT radar file", inputRow);
+    files->addRow("Column text (ASCII)", outputRow);
+
+    auto* infoBox = new QGroupBox("What the file holds");
+    samples_ = new QLabel("-");
+    scans_ = new QLabel("-");
+    format_ = new QLabel("-");
+    auto* info = new QFormLayout(infoBox);
+    info->addRow("Samples per scan", samples_);
+    info->addRow("Scans", scans_);
+    info->addRow("Data", format_);
+
+    centre_ = new QCheckBox("Centre unsigned samples on zero");
+    centre_->setChecked(true);
+    progress_ = new QProgressBar;
+    progress_->setRange(0, 1);
+    progress_->setValue(0);
+    auto* buttons = new QDialogButtonBox;
+    convert_ = buttons->addButton("Convert", QDialogButtonBox::AcceptRole);
+    auto* exit = buttons->addButton("Exit", QDialogButtonBox::RejectRole);
+    convert_->setDefault(true);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(filesBox);
+    layout->addWidget(infoBox);
+    layout->addWidget(centre_);
+    layout->addWidget(progress_);
+    layout->addStretch();
+    layout->addWidget(buttons);
+
+    connect(chooseInput, &QPushButton::clicked, this, [this] { ChooseInput(); });
+    connect(chooseOutput, &QPushButton::clicked, this, [this] { ChooseOutput(); });
+    connect(input_, &QLineEdit::editingFinished, this, [this] { SetInput(input_->text()); });
+    connect(convert_, &QPushButton::clicked, this, [this] { Convert(); });
+    connect(exit, &QPushButton::clicked, this, &QWidget::close);
+    resize(560, 340);
+    ShowHeader();
+  }
+
+  void SetInput(const QString& path) {
+    input_->setText(path);
+    if (!path.isEmpty()) {
+      const std::vector<std::string> names = DztTextNames(path.toStdString(), "", 1, 0);
+      output_->setText(QString::fromStdString(names[0]));
+    }
+    ShowHeader();
+  }
+
+ private:
+  void ShowHeader() {
+    const QString path = input_->text().trimmed();
+    if (path.isEmpty()) {
+      samples_->setText("-");
+      scans_->setText("-");
+      format_->setText("-");
+      convert_->setEnabled(false);
+      return;
+    }
+    try {
+      const DztHeader h = ReadDztHeader(path.toStdString());
+      samples_->setText(QString("<b>%1</b>  (remember it for the ASCII import)").arg(h.samplesPerScan));
+      scans_->setText(QString::number(h.scans));
+      format_->setText(QString("%1 bits, %2 channel(s), time window %3 ns")
+                           .arg(h.bits)
+                           .arg(h.channels)
+                           .arg(static_cast<double>(h.rangeNs)));
+      convert_->setEnabled(true);
+    } catch (const std::exception& e) {
+      samples_->setText("-");
+      scans_->setText("-");
+      format_->setText(QString::fromStdString(e.what()));
+      convert_->setEnabled(false);
+    }
+  }
+
+  void ChooseInput() {
+    const QString path = QFileDialog::getOpenFileName(this, "DZT file selection", QFileInfo(input_->text()).path(),
+                                                      "Radar DZT (*.DZT *.dzt);;All files (*)");
+    if (!path.isEmpty()) SetInput(path);
+  }
+
+  void ChooseOutput() {
+    const QString path = QFileDialog::getSaveFileName(this, "ASCII file selection", output_->text(),
+                                                      "TXT file (*.TXT *.txt);;All files (*)");
+    if (!path.isEmpty()) output_->setText(path);
+  }
+
+  void Convert() {
+    const QString input = input_->text().trimmed();
+    const QString output = output_->text().trimmed();
+    if (QFileInfo(input) == QFileInfo(output)) {
+      QMessageBox::warning(this, kTitle, "The output is the DZT file itself; choose another name.");
+      return;
+    }
+    if (QFileInfo::exists(output) &&
+        QMessageBox::question(this, kTitle, output + " already exists. Write over it?") != QMessageBox::Yes) {
+      return;
+    }
+    setEnabled(false);
+    try {
+      DztToTextOptions options;
+      options.centre = centre_->isChecked();
+      const DztToTextResult r =
+          DztToText(input.toStdString(), output.toStdString(), options, [this](int64_t done, int64_t all) {
+            progress_->setRange(0, static_cast<int>(all));
+            progress_->setValue(static_cast<int>(done));
+            QApplication::processEvents();
+          });
+      setEnabled(true);
+      QStringList written;
+      for (const std::string& name : r.outputs) written << QString::fromStdString(name);
+      QString text = "Conversion OK! " + written.join(", ") + " has been recorded.\n\n" +
+                     QString("Samples per scan: %1. Remember this number: the ASCII import asks for it.")
+                         .arg(r.header.samplesPerScan);
+      for (const std::string& note : r.notes) text += "\n\n" + QString::fromStdString(note);
+      QMessageBox::information(this, kTitle, text);
+    } catch (const std::exception& e) {
+      setEnabled(true);
+      QMessageBox::critical(this, kTitle, QString::fromStdString(e.what()));
+    }
+  }
+
+  QLineEdit* input_;
+  QLineEdit* output_;
+  QLabel* samples_;
+  QLabel* scans_;
+  QLabel* format_;
+  QCheckBox* centre_;
+  QProgressBar* progress_;
+  QPushButton* convert_;
+};
+
+}  // namespace
+
+int RunRtoawWindow(int argc, char** argv, const std::string& screenshot, const std::string& input) {
+  QApplication app(argc, argv);
+  RtoawWindow window;
+  if (!input.empty()) window.SetInput(QString::fromStdString(input));
+  window.show();
+  if (!screenshot.empty()) {
+    QApplication::processEvents();
+    return window.grab().save(QString::fromStdString(screenshot)) ? 0 : 1;
+  }
+  return app.exec();
+}

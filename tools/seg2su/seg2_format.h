@@ -1,0 +1,115 @@
+#pragma once
+// SEG-2, the record format of engineering seismographs (and some radars).
+//
+// File descriptor block, at byte 0:
+//
+//    0      2      4      6      8   9  10  11  12  13  14        32        32+M
+//   | 3A55 | rev  |  M   |  N   |ST |s1 |s2 |LT |l1 |l2 | reserved | N trace  | file strings ...
+//   | id   |      | bytes| trcs |len|   |   |len|   |   |          | pointers |
+//
+//   The block id, read in the file's own byte order, is 0x3A55: the bytes
+//   55 3A say low byte first, 3A 55 high byte first. Every number of the file
+//   follows that order. M is the size of the trace pointer subblock (4 bytes
+//   a pointer, room for at least N), ST and LT the lengths (1 or 2) of the
+//   string and line terminators. A revision-0 file may leave the terminator
+//   fields at 0: a string then ends at a NUL byte, a line at LF.
+//
+// Trace descriptor block, at each trace pointer P:
+//
+//    P      P+2    P+4           P+8           P+12 P+13      P+32        P+X          P+X+Y
+//   | 4422 |  X   |      Y      |     NS      |fmt | reserved | strings   | samples ... |
+//
+//   X is the descriptor's size (32 + strings), Y the size of the data block
+//   that follows it, NS the samples, fmt the sample format:
+//     1 int16, 2 int32, 3 20-bit packed (4 samples in 10 bytes: one word of
+//     four 4-bit exponents, lowest nibble first, then four 16-bit one's-
+//     complement mantissas; value = mantissa x 2^exponent), 4 float32,
+//     5 float64.
+//
+// Strings (file and trace descriptors alike): a 2-byte offset to the next
+// string, counted from the start of this one, then "KEYWORD value" ended by
+// the string terminator. An offset of 0 ends the list.
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vexmor {
+
+class BinaryFile;
+
+// A bad or cut-off SEG-2 file; the message names the file.
+class Seg2Error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Where the reader takes its bytes: a file or a buffer in memory. The reader
+// checks every range against size before it asks for it.
+struct ByteSource {
+  int64_t size = 0;
+  std::function<void(int64_t offset, void* out, size_t n)> read;
+
+  static ByteSource FromMemory(std::span<const uint8_t> bytes);
+  static ByteSource FromFile(BinaryFile& file);
+};
+
+struct Seg2String {
+  std::string key;    // upper case, as written
+  std::string value;  // the rest, blanks around it removed
+};
+
+// The value of a keyword, nullptr when the list has none.
+const std::string* FindSeg2Value(const std::vector<Seg2String>& strings, std::string_view key);
+
+struct Seg2Trace {
+  int64_t descriptorOffset = 0;
+  int32_t descriptorBytes = 0;  // X
+  int64_t dataOffset = 0;       // P + X
+  int64_t dataBytes = 0;        // Y as written
+  int32_t samples = 0;          // NS
+  int format = 0;               // 1..5
+  std::vector<Seg2String> strings;
+
+  const std::string* Find(std::string_view key) const { return FindSeg2Value(strings, key); }
+};
+
+struct Seg2File {
+  std::string name;
+  bool bigEndian = false;
+  int revision = 0;
+  std::vector<Seg2String> strings;  // file descriptor strings
+  std::vector<Seg2Trace> traces;
+  std::vector<std::string> notes;   // oddities that did not stop the reading
+
+  const std::string* Find(std::string_view key) const { return FindSeg2Value(strings, key); }
+};
+
+// Whether the bytes begin like a SEG-2 file (cheap, never throws).
+bool LooksLikeSeg2(std::span<const uint8_t> firstBytes);
+
+// Reads the descriptors of every trace and checks that each data block lies
+// inside the file. Throws Seg2Error naming `name` on anything that is not a
+// readable SEG-2 file.
+Seg2File ReadSeg2(const ByteSource& source, const std::string& name);
+
+// Bytes that NS samples of a format take; 0 for an unknown format.
+int64_t Seg2SampleBytes(int format, int64_t samples);
+
+// Turns the data block of a trace (at least Seg2SampleBytes bytes) into
+// floats; out has room for `samples` values.
+void DecodeSeg2Samples(const uint8_t* data, int format, bool bigEndian, int32_t samples, float* out);
+
+// Writes a SEG-2 file; the tests and the benchmark make their inputs with it.
+struct Seg2WriteTrace {
+  std::vector<double> samples;
+  std::vector<std::string> strings;  // "KEYWORD value"
+};
+std::vector<uint8_t> MakeSeg2(const std::vector<std::string>& fileStrings,
+                              const std::vector<Seg2WriteTrace>& traces, int format, bool bigEndian,
+                              int revision = 1);
+
+}  // namespace vexmor

@@ -1,0 +1,9 @@
+#pragma once
+// The small desktop window of seg2su: choose SEG-2 files and the output,
+// convert with a progress bar, and a final message.
+#include <string>
+#include <vector>
+
+// Runs the window until it is closed; with a screenshot path, draws it to
+// that picture (the files already in the list) and ends.
+int RunSeg2SuWindow(int argc, char** argv, const std::string& screenshot, const std::vector<std::string>& files);
