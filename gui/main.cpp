@@ -1,8 +1,78 @@
+// vexmor: the desktop program. With no arguments MainPanel comes on screen;
+// --script runs a panel script on the real windows, --screenshot saves the
+// window of a panel.
 #include <QApplication>
-#include <QLabel>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <sstream>
+#include <string>
+
+#include "desktop.h"
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: vexmor                          MainPanel on screen\n"
+    "       vexmor --script FILE            run a panel script on the windows (FILE or - for\n"
+    "                                       standard input); the transcript goes to standard output\n"
+    "       vexmor --screenshot PANEL FILE  save the window of a panel as a PNG picture\n"
+    "Without a screen, --script and --screenshot use Qt's offscreen platform.\n";
+
+bool HasScreen() {
+  const char* display = std::getenv("DISPLAY");
+  const char* wayland = std::getenv("WAYLAND_DISPLAY");
+  const char* qpa = std::getenv("QT_QPA_PLATFORM");
+  return (display != nullptr && *display != '\0') || (wayland != nullptr && *wayland != '\0') ||
+         (qpa != nullptr && *qpa != '\0');
+}
+
+std::optional<std::string> ReadScript(const std::string& file) {
+  if (file == "-") return std::string(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+  std::ifstream in(file, std::ios::binary);
+  if (!in) {
+    std::cerr << "vexmor: cannot read the script " << file << ": " << std::strerror(errno) << '\n';
+    return std::nullopt;
+  }
+  std::ostringstream all;
+  all << in.rdbuf();
+  return all.str();
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  const std::string mode = argc > 1 ? argv[1] : "";
+  const bool script = mode == "--script" && argc == 3;
+  const bool screenshot = mode == "--screenshot" && argc == 4;
+  if (mode == "-h" || mode == "--help") {
+    std::cout << kUsage;
+    return 0;
+  }
+  if (!(argc == 1 || script || screenshot)) {
+    std::cerr << kUsage;
+    return 2;
+  }
+  if (!HasScreen()) {
+    if (argc == 1) {
+      std::cerr << "vexmor: no screen found (DISPLAY is not set). Start it on a desktop, or run a panel\n"
+                   "script without one: vexmor --script FILE, or vexmor-cli run FILE.\n";
+      return 1;
+    }
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+  }
+  std::optional<std::string> text;
+  if (script && !(text = ReadScript(argv[2]))) return 2;
+
   QApplication app(argc, argv);
-  QLabel label("Vexmor");
-  label.show();
-  return app.exec();
+  QApplication::setApplicationName(QStringLiteral("Vexmor"));
+  // Only MainPanel's closing ends the program, not that of the last window.
+  QApplication::setQuitOnLastWindowClosed(false);
+  if (script) return vexmor::RunScriptOnScreen(*text, std::cout, std::cerr);
+  if (screenshot) return vexmor::SaveScreenshot(argv[2], argv[3], std::cerr);
+  return vexmor::RunDesktop();
 }

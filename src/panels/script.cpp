@@ -113,8 +113,8 @@ std::vector<std::string> ShowLines(const Control& c) {
   }
 }
 
-ScriptRunner::ScriptRunner(Session& session, AnswerQueue& answers, TranscriptSink out)
-    : session_(session), answers_(answers), out_(std::move(out)) {}
+ScriptRunner::ScriptRunner(Session& session, AnswerQueue& answers, TranscriptSink out, UserActions actions)
+    : session_(session), actions_(std::move(actions)), answers_(answers), out_(std::move(out)) {}
 
 void ScriptRunner::Run(const std::vector<ScriptLine>& lines) {
   for (const ScriptLine& line : lines) RunLine(line);
@@ -144,11 +144,34 @@ Control& ScriptRunner::ControlOf(int line, const std::string& name) {
 void ScriptRunner::Click(Form& form, Control& c) {
   // What the user cannot reach does nothing.
   if (!c.Visible() || !c.Enabled()) return;
+  if (actions_.click) {
+    actions_.click(c);
+    return;
+  }
   switch (c.Kind()) {
     case ControlKind::Option: c.SetValue(true); break;
     case ControlKind::Check: c.SetValue(!c.Value()); break;
     default: form.Raise(c.Name(), "Click"); break;
   }
+}
+
+void ScriptRunner::Key(Control& c, int key) {
+  if (actions_.key) {
+    actions_.key(c, key);
+    return;
+  }
+  EventArgs args;
+  args.key = key;
+  c.Owner().Raise(c.Name(), "KeyPress", args);
+  if (args.key == 0 || c.Locked()) return;
+  if (c.Kind() != ControlKind::Text && c.Kind() != ControlKind::RichText) return;
+  std::string text = c.Text();
+  if (args.key == 8) {
+    if (!text.empty()) text.pop_back();
+  } else {
+    text += static_cast<char>(args.key);
+  }
+  c.SetText(text);
 }
 
 void ScriptRunner::Wait(double seconds) {
@@ -217,7 +240,12 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
     need(1);
     if (FindPanelType(w[1]) == nullptr) throw ScriptError(n, "unknown panel " + w[1]);
     if (session_.Find(w[1]) == nullptr) throw ScriptError(n, "panel " + w[1] + " is not open");
-    session_.Close(w[1]);
+    Form& form = *session_.Find(w[1]);
+    if (actions_.close && session_.IsShown(w[1])) {
+      actions_.close(form);
+    } else {
+      session_.Close(w[1]);
+    }
   } else if (command == "answer") {
     need(2);
     if (w[1] == "dialog") {
@@ -237,38 +265,45 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
     if (c.Kind() != ControlKind::Text && c.Kind() != ControlKind::RichText) {
       throw ScriptError(n, w[1] + " is not a text control");
     }
-    if (c.Visible() && c.Enabled() && !c.Locked()) c.SetText(w[2]);
+    if (c.Visible() && c.Enabled() && !c.Locked()) {
+      if (actions_.set) {
+        actions_.set(c, w[2]);
+      } else {
+        c.SetText(w[2]);
+      }
+    }
   } else if (command == "key") {
     need(2);
     Control& c = ControlOf(n, w[1]);
     if (w[2].size() != 1) throw ScriptError(n, "key takes one character");
     if (!c.Visible() || !c.Enabled()) return;
-    EventArgs args;
-    args.key = static_cast<unsigned char>(w[2][0]);
-    c.Owner().Raise(c.Name(), "KeyPress", args);
-    if (args.key == 0 || c.Locked()) return;
-    if (c.Kind() != ControlKind::Text && c.Kind() != ControlKind::RichText) return;
-    std::string text = c.Text();
-    if (args.key == 8) {
-      if (!text.empty()) text.pop_back();
-    } else {
-      text += static_cast<char>(args.key);
-    }
-    c.SetText(text);
+    Key(c, static_cast<unsigned char>(w[2][0]));
   } else if (command == "click") {
     need(1);
     Control& c = ControlOf(n, w[1]);
     if (c.Kind() == ControlKind::Toolbar && c.Name() != w[1]) {
       EventArgs args;
       args.itemKey = w[1];
-      if (c.Visible() && c.Enabled()) c.Owner().Raise(c.Name(), "ButtonClick", args);
+      if (c.Visible() && c.Enabled()) {
+        if (actions_.toolbarClick) {
+          actions_.toolbarClick(c, w[1]);
+        } else {
+          c.Owner().Raise(c.Name(), "ButtonClick", args);
+        }
+      }
     } else {
       Click(c.Owner(), c);
     }
   } else if (command == "dblclick") {
     need(1);
     Control& c = ControlOf(n, w[1]);
-    if (c.Visible() && c.Enabled()) c.Owner().Raise(c.Name(), "DblClick");
+    if (c.Visible() && c.Enabled()) {
+      if (actions_.dblclick) {
+        actions_.dblclick(c);
+      } else {
+        c.Owner().Raise(c.Name(), "DblClick");
+      }
+    }
   } else if (command == "choose") {
     need(2);
     Control& c = ControlOf(n, w[1]);
@@ -279,7 +314,13 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
     if (index != std::floor(index) || index < 0 || index >= static_cast<double>(c.Items().size())) {
       throw ScriptError(n, w[1] + " has no line " + w[2]);
     }
-    if (c.Visible() && c.Enabled()) c.SetListIndex(static_cast<int>(index));
+    if (c.Visible() && c.Enabled()) {
+      if (actions_.choose) {
+        actions_.choose(c, static_cast<int>(index));
+      } else {
+        c.SetListIndex(static_cast<int>(index));
+      }
+    }
   } else if (command == "mousemove") {
     need(3);
     Control& c = ControlOf(n, w[1]);

@@ -2,6 +2,7 @@
 // Panel scripts: the commands of a user at mouse and keyboard, one a line,
 // with queued answers for the dialogs. The runner acts on the controls as
 // the user would and writes the transcript.
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -38,9 +39,23 @@ std::vector<ScriptLine> ParseScript(std::string_view text);
 // How `show` prints a control.
 std::vector<std::string> ShowLines(const Control& control);
 
+// How a front performs what the user does, once the runner has checked the
+// command and that the control can be reached. An empty entry acts on the
+// control itself (the headless front); the desktop acts on the widget bound
+// to the control, which then changes the control as a user's action would.
+struct UserActions {
+  std::function<void(Form& panel)> close;
+  std::function<void(Control& control)> click;       // button, option, check box, menu entry
+  std::function<void(Control& toolbar, const std::string& key)> toolbarClick;
+  std::function<void(Control& control, const std::string& text)> set;
+  std::function<void(Control& control, int key)> key;
+  std::function<void(Control& control)> dblclick;
+  std::function<void(Control& control, int index)> choose;
+};
+
 class ScriptRunner {
  public:
-  ScriptRunner(Session& session, AnswerQueue& answers, TranscriptSink out);
+  ScriptRunner(Session& session, AnswerQueue& answers, TranscriptSink out, UserActions actions = {});
   // Runs the lines in order; a script error stops at its line (throws).
   void Run(const std::vector<ScriptLine>& lines);
   void RunLine(const ScriptLine& line);
@@ -51,8 +66,10 @@ class ScriptRunner {
   void Click(Form& form, Control& control);
   void Show(int line, const std::string& what);
   void Wait(double seconds);
+  void Key(Control& control, int key);
 
   Session& session_;
+  UserActions actions_;
   AnswerQueue& answers_;
   TranscriptSink out_;
   std::string current_;

@@ -1,0 +1,52 @@
+#pragma once
+// The desktop front: a window for each panel the session shows, placed
+// beside MainPanel and never modal; the user's closing a window unloads its
+// panel, and closing MainPanel ends the program.
+#include <QPointer>
+#include <iosfwd>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "panel_window.h"
+#include "panels/script.h"
+#include "panels/session.h"
+#include "qt_platform.h"
+
+namespace vexmor {
+
+class Desktop {
+ public:
+  // With a sink, the opening and closing of panels is written to it.
+  Desktop(Session& session, bool scripted, TranscriptSink sink = {});
+  ~Desktop();
+  Desktop(const Desktop&) = delete;
+  Desktop& operator=(const Desktop&) = delete;
+
+  PanelWindow* WindowOf(std::string_view panel) const;
+  // What a script's user does, done on the widgets.
+  UserActions Actions();
+
+ private:
+  void Shown(Form& form);
+  void Hidden(Form& form);
+  void Place(PanelWindow& window);
+
+  Session& session_;
+  bool scripted_;
+  TranscriptSink sink_;
+  std::map<Form*, QPointer<PanelWindow>> windows_;
+};
+
+// `vexmor --script`: the panel script on the real windows, the transcript
+// on out, a script error as "line N: REASON" on err. 0 when the script ran
+// to its end, 2 on a script error.
+int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& err);
+
+// `vexmor --screenshot`: opens the system and the panel, saves its window.
+int SaveScreenshot(const std::string& panel, const std::string& file, std::ostream& err);
+
+// `vexmor`: MainPanel on screen until it closes.
+int RunDesktop();
+
+}  // namespace vexmor

@@ -1,0 +1,687 @@
+#include "panel_window.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScrollBar>
+#include <QTabBar>
+#include <QTableWidget>
+#include <QTextEdit>
+#include <QTimer>
+#include <QToolBar>
+#include <QVBoxLayout>
+#include <algorithm>
+#include <cmath>
+
+#include "layout_hints.h"
+
+namespace vexmor {
+
+namespace {
+
+QString Q(const std::string& text) { return QString::fromStdString(text); }
+
+// Runs a function on the events of one object.
+class EventHook : public QObject {
+ public:
+  EventHook(QObject* parent, std::function<bool(QEvent*)> f) : QObject(parent), f_(std::move(f)) {}
+  bool eventFilter(QObject*, QEvent* event) override { return f_(event); }
+
+ private:
+  std::function<bool(QEvent*)> f_;
+};
+
+// A drawing surface: its figures fitted into the widget, the mouse reported
+// back in the figures' own units.
+class Surface : public QWidget {
+ public:
+  explicit Surface(Control& c) : control_(&c) {
+    setMouseTracking(true);
+    setMinimumSize(320, 200);
+    setAutoFillBackground(true);
+    QPalette p = palette();
+    p.setColor(QPalette::Window, Qt::white);
+    setPalette(p);
+  }
+  void Detach() { control_ = nullptr; }
+  std::function<void(double, double)> onMove;
+
+ protected:
+  void paintEvent(QPaintEvent*) override {
+    if (control_ == nullptr) return;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    Bounds();
+    for (const Figure& f : control_->Figures()) {
+      QPolygonF poly;
+      for (const auto& [x, y] : f.points) poly << ToScreen(x, y);
+      if (f.filled) {
+        painter.setBrush(Qt::black);
+        painter.drawPolygon(poly);
+      } else {
+        painter.setBrush(Qt::NoBrush);
+        painter.drawPolyline(poly);
+      }
+    }
+  }
+  void mouseMoveEvent(QMouseEvent* event) override {
+    if (control_ == nullptr || !onMove) return;
+    Bounds();
+    const QPointF at = event->position();
+    onMove(x0_ + at.x() / std::max(1, width()) * (x1_ - x0_), y0_ + at.y() / std::max(1, height()) * (y1_ - y0_));
+  }
+
+ private:
+  void Bounds() {
+    bool any = false;
+    for (const Figure& f : control_->Figures()) {
+      for (const auto& [x, y] : f.points) {
+        if (!any) {
+          x0_ = x1_ = x;
+          y0_ = y1_ = y;
+          any = true;
+        }
+        x0_ = std::min(x0_, x);
+        x1_ = std::max(x1_, x);
+        y0_ = std::min(y0_, y);
+        y1_ = std::max(y1_, y);
+      }
+    }
+    if (!any) x0_ = y0_ = 0, x1_ = width(), y1_ = height();
+    if (x1_ == x0_) x1_ = x0_ + 1;
+    if (y1_ == y0_) y1_ = y0_ + 1;
+  }
+  QPointF ToScreen(double x, double y) const {
+    return {(x - x0_) / (x1_ - x0_) * width(), (y - y0_) / (y1_ - y0_) * height()};
+  }
+  Control* control_;
+  double x0_ = 0, x1_ = 1, y0_ = 0, y1_ = 1;
+};
+
+int KeyCodeOf(const QKeyEvent& event) {
+  if (event.key() == Qt::Key_Backspace) return 8;
+  if (event.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) return 0;
+  const QString text = event.text();
+  if (text.isEmpty() || text[0].unicode() < 32 || text[0].unicode() == 127) return 0;
+  return text[0].unicode();
+}
+
+// Puts a key into a text widget as if it had been typed.
+void TypeInto(QWidget* w, int key) {
+  if (auto* edit = qobject_cast<QLineEdit*>(w)) {
+    if (key == 8) {
+      edit->backspace();
+    } else {
+      edit->insert(QString(QChar(key)));
+    }
+  } else if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
+    if (key == 8) {
+      plain->textCursor().deletePreviousChar();
+    } else {
+      plain->insertPlainText(QString(QChar(key)));
+    }
+  } else if (auto* rich = qobject_cast<QTextEdit*>(w)) {
+    if (key == 8) {
+      rich->textCursor().deletePreviousChar();
+    } else {
+      rich->insertPlainText(QString(QChar(key)));
+    }
+  }
+}
+
+// A label that shows a value rather than names one.
+bool HasValueBesideCaption(const Control& c) {
+  return c.Kind() == ControlKind::Label && !c.Caption().empty() && c.Text() != c.Caption();
+}
+
+bool HasLabelBeside(const Control& c) {
+  switch (c.Kind()) {
+    case ControlKind::Text:
+    case ControlKind::Combo:
+    case ControlKind::List: return !c.Caption().empty();
+    case ControlKind::Label: return HasValueBesideCaption(c);
+    default: return false;
+  }
+}
+
+}  // namespace
+
+// Where the controls of one frame (or of the window itself) are laid out,
+// and the run of like controls that the last one started.
+struct PanelWindow::Container {
+  QVBoxLayout* body = nullptr;
+  QFormLayout* rows = nullptr;       // run of labelled fields
+  QHBoxLayout* buttons = nullptr;    // run of buttons
+  int buttonCount = 0;
+  QHBoxLayout* frames = nullptr;     // run of frames side by side
+  std::map<std::string, QVBoxLayout*> columns;
+  void EndRuns() {
+    rows = nullptr;
+    buttons = nullptr;
+    buttonCount = 0;
+    frames = nullptr;
+    columns.clear();
+  }
+};
+
+PanelWindow::PanelWindow(Form& form, bool scripted) : form_(&form), scripted_(scripted) {
+  setWindowTitle(Q(form.Caption()));
+  Build();
+  form.SetCaptionHook([this](Form& f) { setWindowTitle(Q(f.Caption())); });
+}
+
+PanelWindow::~PanelWindow() { Detach(); }
+
+void PanelWindow::Detach() {
+  if (form_ == nullptr) return;
+  form_->SetCaptionHook({});
+  for (Bound& b : bound_) {
+    b.control->SetViewHook({});
+    if (b.timer != nullptr) b.timer->stop();
+    if (auto* s = dynamic_cast<Surface*>(b.widget)) s->Detach();
+  }
+  form_ = nullptr;
+}
+
+QWidget* PanelWindow::WidgetOf(const std::string& control) const {
+  const auto it = byName_.find(control);
+  return it == byName_.end() ? nullptr : bound_[it->second].widget;
+}
+
+QLabel* PanelWindow::LabelOf(const std::string& control) const {
+  const auto it = byName_.find(control);
+  return it == byName_.end() ? nullptr : bound_[it->second].beside;
+}
+
+QTimer* PanelWindow::TimerOf(const std::string& control) const {
+  const auto it = byName_.find(control);
+  return it == byName_.end() ? nullptr : bound_[it->second].timer;
+}
+
+QAction* PanelWindow::ActionOf(const std::string& control, const std::string& key) const {
+  const auto it = byName_.find(control);
+  if (it == byName_.end()) return nullptr;
+  const Bound& b = bound_[it->second];
+  if (b.action != nullptr) return b.action;
+  if (b.toolbar != nullptr) {
+    for (QAction* a : b.toolbar->actions()) {
+      if (a->data().toString() == Q(key)) return a;
+    }
+  }
+  return nullptr;
+}
+
+void PanelWindow::closeEvent(QCloseEvent* event) {
+  event->accept();
+  if (form_ != nullptr && onUserClose) onUserClose(*this);
+}
+
+void PanelWindow::Build() {
+  root_ = std::make_unique<Container>();
+  root_->body = new QVBoxLayout(this);
+  bound_.reserve(form_->Controls().size());
+  for (Control& c : form_->Controls()) {
+    byName_[c.Name()] = bound_.size();
+    bound_.push_back(Bound{&c});
+  }
+  // Frames first, so that a control finds its frame wherever it stands.
+  for (Bound& b : bound_) b.widget = MakeWidget(b);
+  for (Bound& b : bound_) Place(b, ContainerOf(*b.control));
+  for (Bound& b : bound_) {
+    Connect(b);
+    InstallFilters(b);
+    Refresh(b);
+    b.control->SetViewHook([this, index = static_cast<size_t>(&b - bound_.data())](Control&) {
+      if (form_ != nullptr) Refresh(bound_[index]);
+    });
+  }
+  root_->body->addStretch(1);
+}
+
+PanelWindow::Container& PanelWindow::ContainerOf(const Control& c) {
+  if (!c.Frame().empty()) {
+    const auto it = containers_.find(c.Frame());
+    if (it != containers_.end()) return *it->second;
+  }
+  return *root_;
+}
+
+QWidget* PanelWindow::MakeWidget(Bound& b) {
+  Control& c = *b.control;
+  switch (c.Kind()) {
+    case ControlKind::Text:
+      if (c.MultiLine()) return new QPlainTextEdit;
+      return new QLineEdit;
+    case ControlKind::Label: {
+      auto* label = new QLabel;
+      if (HasValueBesideCaption(c)) {
+        // An output field: sunken, so that an empty value still shows.
+        label->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+        label->setMinimumWidth(120);
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+      }
+      return label;
+    }
+    case ControlKind::Button: return new QPushButton;
+    case ControlKind::Option: {
+      auto* radio = new QRadioButton;
+      QButtonGroup*& group = groups_[c.Frame()];
+      if (group == nullptr) group = new QButtonGroup(this);
+      group->addButton(radio);
+      b.group = group;
+      return radio;
+    }
+    case ControlKind::Check: return new QCheckBox;
+    case ControlKind::Frame: {
+      auto* box = new QGroupBox;
+      auto container = std::make_unique<Container>();
+      container->body = new QVBoxLayout(box);
+      containers_[c.Name()] = std::move(container);
+      return box;
+    }
+    case ControlKind::List: return new QListWidget;
+    case ControlKind::Combo: return new QComboBox;
+    case ControlKind::Grid: {
+      auto* grid = new QTableWidget(1, 0);
+      grid->verticalHeader()->hide();
+      grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
+      grid->setSelectionMode(QAbstractItemView::NoSelection);
+      grid->horizontalHeader()->setStretchLastSection(true);
+      return grid;
+    }
+    case ControlKind::ProgressBar: return new QProgressBar;
+    case ControlKind::RichText: {
+      auto* rich = new QTextEdit;
+      rich->setAcceptRichText(false);
+      return rich;
+    }
+    case ControlKind::Tabs: return new QTabBar;
+    case ControlKind::Drawing: return new Surface(c);
+    case ControlKind::Timer:
+      b.timer = new QTimer(this);
+      return nullptr;
+    case ControlKind::Menu: {
+      auto* bar = findChild<QMenuBar*>();
+      if (bar == nullptr) {
+        bar = new QMenuBar(this);
+        root_->body->setMenuBar(bar);
+      }
+      QMenu* menu = bar->addMenu(Q(c.Caption()));
+      menu->setObjectName(Q(c.Name()));
+      return nullptr;
+    }
+    case ControlKind::MenuEntry: {
+      QMenu* menu = nullptr;
+      if (auto* bar = findChild<QMenuBar*>()) menu = bar->findChild<QMenu*>(Q(c.Frame()));
+      b.action = new QAction(Q(c.Caption()), this);
+      if (menu != nullptr) menu->addAction(b.action);
+      return nullptr;
+    }
+    case ControlKind::Toolbar: {
+      b.toolbar = new QToolBar;
+      b.toolbar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+      return b.toolbar;
+    }
+    case ControlKind::FileDialog: return nullptr;
+  }
+  return nullptr;
+}
+
+void PanelWindow::Place(Bound& b, Container& into) {
+  Control& c = *b.control;
+  QWidget* w = b.widget;
+  if (w == nullptr) return;
+  w->setObjectName(Q(c.Name()));
+  switch (c.Kind()) {
+    case ControlKind::Text:
+    case ControlKind::Label:
+    case ControlKind::Combo:
+    case ControlKind::List:
+      if (c.Kind() == ControlKind::List && !HasLabelBeside(c)) break;
+      if (c.Kind() == ControlKind::Combo && !HasLabelBeside(c)) break;
+      if (into.rows == nullptr) {
+        into.EndRuns();
+        into.rows = new QFormLayout;
+        into.rows->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+        into.body->addLayout(into.rows);
+      }
+      b.rows = into.rows;
+      if (HasLabelBeside(c)) {
+        b.beside = new QLabel(Q(c.Caption()));
+        b.beside->setBuddy(w);
+        into.rows->addRow(b.beside, w);
+      } else {
+        into.rows->addRow(w);
+      }
+      return;
+    case ControlKind::Button:
+      // Buttons stand in rows of three.
+      if (into.buttons == nullptr || into.buttonCount == 3) {
+        const bool continuing = into.buttons != nullptr;
+        if (!continuing) into.EndRuns();
+        into.buttons = new QHBoxLayout;
+        into.body->addLayout(into.buttons);
+        into.buttonCount = 0;
+      }
+      into.buttons->addWidget(w);
+      if (c.Visible()) ++into.buttonCount;
+      return;
+    case ControlKind::Frame: {
+      // Frames in a row stand side by side; a hint may stack one under another.
+      if (into.frames == nullptr) {
+        into.EndRuns();
+        into.frames = new QHBoxLayout;
+        into.body->addLayout(into.frames);
+      }
+      const std::string column =
+          std::string(FindLayoutHint(form_->Name(), c.Name(), "column").value_or(c.Name()));
+      QVBoxLayout*& stack = into.columns[column];
+      if (stack == nullptr) {
+        stack = new QVBoxLayout;
+        into.frames->addLayout(stack);
+      }
+      stack->addWidget(w);
+      return;
+    }
+    default: break;
+  }
+  into.EndRuns();
+  into.body->addWidget(w);
+}
+
+void PanelWindow::Connect(Bound& b) {
+  Control& c = *b.control;
+  QWidget* w = b.widget;
+  Control* cp = &c;
+  switch (c.Kind()) {
+    case ControlKind::Text:
+      if (auto* edit = qobject_cast<QLineEdit*>(w)) {
+        connect(edit, &QLineEdit::textChanged, this,
+                [this, cp](const QString& t) { FromUser([&] { cp->SetText(t.toStdString()); }); });
+      } else if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
+        connect(plain, &QPlainTextEdit::textChanged, this,
+                [this, cp, plain] { FromUser([&] { cp->SetText(plain->toPlainText().toStdString()); }); });
+      }
+      break;
+    case ControlKind::RichText: {
+      auto* rich = static_cast<QTextEdit*>(w);
+      connect(rich, &QTextEdit::textChanged, this,
+              [this, cp, rich] { FromUser([&] { cp->SetText(rich->toPlainText().toStdString()); }); });
+      break;
+    }
+    case ControlKind::Button:
+      connect(static_cast<QPushButton*>(w), &QPushButton::clicked, this,
+              [this, cp] { FromUser([&] { form_->Raise(cp->Name(), "Click"); }); });
+      break;
+    case ControlKind::Option:
+      // Only a newly selected option raises a click; the one left goes quiet.
+      connect(static_cast<QRadioButton*>(w), &QRadioButton::toggled, this, [this, cp](bool on) {
+        if (on) FromUser([&] { cp->SetValue(true); });
+      });
+      break;
+    case ControlKind::Check:
+      connect(static_cast<QCheckBox*>(w), &QCheckBox::toggled, this,
+              [this, cp](bool on) { FromUser([&] { cp->SetValue(on); }); });
+      break;
+    case ControlKind::List:
+      connect(static_cast<QListWidget*>(w), &QListWidget::currentRowChanged, this,
+              [this, cp](int row) { FromUser([&] { cp->SetListIndex(row); }); });
+      break;
+    case ControlKind::Combo:
+      connect(static_cast<QComboBox*>(w), &QComboBox::currentIndexChanged, this,
+              [this, cp](int index) { FromUser([&] { cp->SetListIndex(index); }); });
+      break;
+    case ControlKind::Tabs:
+      connect(static_cast<QTabBar*>(w), &QTabBar::currentChanged, this,
+              [this, cp](int index) { FromUser([&] { cp->SetTab(index); }); });
+      break;
+    case ControlKind::Timer:
+      connect(b.timer, &QTimer::timeout, this, [this, cp] {
+        if (form_ != nullptr && cp->Enabled()) form_->Raise(cp->Name(), "Timer");
+      });
+      break;
+    case ControlKind::MenuEntry:
+      connect(b.action, &QAction::triggered, this,
+              [this, cp] { FromUser([&] { form_->Raise(cp->Name(), "Click"); }); });
+      break;
+    case ControlKind::Drawing:
+      static_cast<Surface*>(w)->onMove = [this, cp](double x, double y) {
+        FromUser([&] {
+          EventArgs args;
+          args.x = x;
+          args.y = y;
+          form_->Raise(cp->Name(), "MouseMove", args);
+        });
+      };
+      break;
+    default: break;
+  }
+}
+
+void PanelWindow::InstallFilters(Bound& b) {
+  Control& c = *b.control;
+  QWidget* w = b.widget;
+  if (w == nullptr) return;
+  const std::string name = c.Name();
+  // Scroll areas get their mouse events on the viewport.
+  QWidget* mouseTarget = w;
+  if (auto* area = qobject_cast<QAbstractScrollArea*>(w)) mouseTarget = area->viewport();
+  if (form_->Handles(name, "DblClick")) {
+    mouseTarget->installEventFilter(new EventHook(mouseTarget, [this, name](QEvent* e) {
+      if (e->type() == QEvent::MouseButtonDblClick) FromUser([&] { form_->Raise(name, "DblClick"); });
+      return false;
+    }));
+  }
+  if (form_->Handles(name, "KeyPress")) {
+    w->installEventFilter(new EventHook(w, [this, name, w](QEvent* e) {
+      if (e->type() != QEvent::KeyPress || form_ == nullptr) return false;
+      const int key = KeyCodeOf(*static_cast<QKeyEvent*>(e));
+      if (key == 0) return false;  // moves and shortcuts are no key presses
+      EventArgs args;
+      args.key = key;
+      form_->Raise(name, "KeyPress", args);
+      if (form_ == nullptr || args.key == 0) return true;  // swallowed
+      if (args.key == key) return false;
+      TypeInto(w, args.key);  // the handler put another key in its place
+      return true;
+    }));
+  }
+}
+
+void PanelWindow::Refresh(Bound& b) {
+  Control& c = *b.control;
+  ++syncing_;
+  if (b.timer != nullptr) {
+    const bool run = c.Enabled() && c.Interval() > 0 && !scripted_;
+    if (b.timer->interval() != c.Interval()) b.timer->setInterval(c.Interval());
+    if (run && !b.timer->isActive()) b.timer->start();
+    if (!run) b.timer->stop();
+  }
+  if (b.action != nullptr) {
+    b.action->setText(Q(c.Caption()));
+    b.action->setVisible(c.Visible());
+    b.action->setEnabled(c.Enabled());
+  }
+  QWidget* w = b.widget;
+  if (w == nullptr) {
+    --syncing_;
+    return;
+  }
+  if (w->toolTip() != Q(c.ToolTip())) w->setToolTip(Q(c.ToolTip()));
+  w->setEnabled(c.Enabled());
+  if (b.beside != nullptr) {
+    b.beside->setText(Q(c.Caption()));
+    b.beside->setToolTip(Q(c.ToolTip()));
+    b.beside->setEnabled(c.Enabled());
+  }
+  if (b.rows != nullptr) {
+    b.rows->setRowVisible(w, c.Visible());
+  } else {
+    w->setVisible(c.Visible());
+  }
+
+  switch (c.Kind()) {
+    case ControlKind::Text:
+      if (auto* edit = qobject_cast<QLineEdit*>(w)) {
+        if (edit->text() != Q(c.Text())) edit->setText(Q(c.Text()));
+        edit->setReadOnly(c.Locked());
+      } else if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) {
+        if (plain->toPlainText() != Q(c.Text())) plain->setPlainText(Q(c.Text()));
+        plain->setReadOnly(c.Locked());
+      }
+      break;
+    case ControlKind::RichText: {
+      auto* rich = static_cast<QTextEdit*>(w);
+      if (rich->toPlainText() != Q(c.Text())) rich->setPlainText(Q(c.Text()));
+      rich->setReadOnly(c.Locked());
+      break;
+    }
+    case ControlKind::Label: static_cast<QLabel*>(w)->setText(Q(c.Text())); break;
+    case ControlKind::Button: static_cast<QPushButton*>(w)->setText(Q(c.Caption())); break;
+    case ControlKind::Option: {
+      auto* radio = static_cast<QRadioButton*>(w);
+      radio->setText(Q(c.Caption()));
+      if (radio->isChecked() != c.Value()) {
+        // An exclusive group will not let its checked button go by itself.
+        b.group->setExclusive(false);
+        radio->setChecked(c.Value());
+        b.group->setExclusive(true);
+      }
+      break;
+    }
+    case ControlKind::Check: {
+      auto* check = static_cast<QCheckBox*>(w);
+      check->setText(Q(c.Caption()));
+      check->setChecked(c.Value());
+      break;
+    }
+    case ControlKind::Frame: static_cast<QGroupBox*>(w)->setTitle(Q(c.Caption())); break;
+    case ControlKind::List: {
+      auto* list = static_cast<QListWidget*>(w);
+      QStringList items;
+      for (const std::string& item : c.Items()) items << Q(item);
+      bool same = list->count() == items.size();
+      for (int i = 0; same && i < list->count(); ++i) same = list->item(i)->text() == items[i];
+      if (!same) {
+        list->clear();
+        list->addItems(items);
+      }
+      if (list->currentRow() != c.ListIndex()) list->setCurrentRow(c.ListIndex());
+      break;
+    }
+    case ControlKind::Combo: {
+      auto* combo = static_cast<QComboBox*>(w);
+      QStringList items;
+      for (const std::string& item : c.Items()) items << Q(item);
+      bool same = combo->count() == items.size();
+      for (int i = 0; same && i < combo->count(); ++i) same = combo->itemText(i) == items[i];
+      if (!same) {
+        combo->clear();
+        combo->addItems(items);
+      }
+      if (combo->currentIndex() != c.ListIndex()) combo->setCurrentIndex(c.ListIndex());
+      // A text that no line holds is shown until a line is chosen.
+      combo->setPlaceholderText(c.ListIndex() < 0 ? Q(c.Text()) : QString());
+      break;
+    }
+    case ControlKind::Grid: {
+      auto* grid = static_cast<QTableWidget*>(w);
+      const int n = static_cast<int>(c.Cells().size());
+      grid->setColumnCount(n);
+      for (int k = 0; k < n; ++k) {
+        const QString text = Q(c.Cells()[static_cast<size_t>(k)]);
+        QTableWidgetItem* item = grid->item(0, k);
+        if (item == nullptr) {
+          grid->setItem(0, k, new QTableWidgetItem(text));
+        } else if (item->text() != text) {
+          item->setText(text);
+        }
+      }
+      grid->resizeColumnsToContents();
+      if (n > 0) {
+        if (auto twips = FindLayoutHint(form_->Name(), c.Name(), "cell0twips")) {
+          // 15 twips to a pixel on a screen of 96 dots an inch.
+          const int px = std::atoi(std::string(*twips).c_str()) / 15;
+          grid->setColumnWidth(0, std::max(grid->columnWidth(0), px));
+        }
+      }
+      const int height = grid->horizontalHeader()->sizeHint().height() + grid->verticalHeader()->defaultSectionSize() +
+                         grid->horizontalScrollBar()->sizeHint().height() + 2 * grid->frameWidth();
+      grid->setFixedHeight(height);
+      break;
+    }
+    case ControlKind::ProgressBar: {
+      auto* bar = static_cast<QProgressBar*>(w);
+      const int lo = std::min(c.Min(), c.Max());
+      const int hi = std::max(c.Min(), c.Max());
+      bar->setRange(lo, hi);
+      bar->setValue(std::clamp(c.ProgressValue(), lo, hi));
+      // Conversions run on this thread: draw now, not when they end.
+      if (bar->isVisible()) bar->repaint();
+      break;
+    }
+    case ControlKind::Tabs: {
+      auto* tabs = static_cast<QTabBar*>(w);
+      QStringList names;
+      for (const std::string& item : c.Items()) names << Q(item);
+      if (names.isEmpty()) names = Q(c.Caption()).split(QChar('|'), Qt::SkipEmptyParts);
+      while (tabs->count() > names.size()) tabs->removeTab(tabs->count() - 1);
+      for (int i = 0; i < names.size(); ++i) {
+        if (i < tabs->count()) {
+          tabs->setTabText(i, names[i]);
+        } else {
+          tabs->addTab(names[i]);
+        }
+      }
+      if (c.Tab() >= 0 && c.Tab() < tabs->count()) tabs->setCurrentIndex(c.Tab());
+      break;
+    }
+    case ControlKind::Drawing: w->update(); break;
+    case ControlKind::Toolbar: {
+      QToolBar* bar = b.toolbar;
+      QStringList keys;
+      for (const std::string& item : c.Items()) keys << Q(item);
+      QStringList have;
+      for (QAction* a : bar->actions()) have << a->data().toString();
+      if (have != keys) {
+        bar->clear();
+        for (const QString& key : keys) {
+          QAction* a = bar->addAction(key);
+          a->setData(key);
+          const std::string k = key.toStdString();
+          connect(a, &QAction::triggered, this, [this, name = c.Name(), k] {
+            FromUser([&] {
+              EventArgs args;
+              args.itemKey = k;
+              form_->Raise(name, "ButtonClick", args);
+            });
+          });
+        }
+      }
+      break;
+    }
+    default: break;
+  }
+  --syncing_;
+}
+
+}  // namespace vexmor
