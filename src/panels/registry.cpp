@@ -1,5 +1,10 @@
 #include "panels/registry.h"
 
+#include "importers/radar/ramac.h"
+#include "importers/seismograph/abem.h"
+#include "importers/seismograph/es1225.h"
+#include "importers/seismograph/handy_viewer.h"
+#include "importers/seismograph/oyo.h"
 #include "importers/seismograph/sisforme.h"
 #include "panels/main_panel.h"
 
@@ -11,15 +16,15 @@ namespace {
 constexpr PanelType kPanels[] = {
     {"MainPanel", MakePanel<MainPanel>},
     {"sisforme", MakePanel<Sisforme>},
-    {"abem", MakeEmptyPanel},
-    {"es1225", MakeEmptyPanel},
-    {"oyo", MakeEmptyPanel},
-    {"HandyViewer", MakeEmptyPanel},
+    {"abem", MakePanel<Abem>},
+    {"es1225", MakePanel<Es1225>},
+    {"oyo", MakePanel<Oyo>},
+    {"HandyViewer", MakePanel<HandyViewer>},
     {"Bison", MakeEmptyPanel},
     {"DOLANG", MakeEmptyPanel},
     {"pasi", MakeEmptyPanel},
     {"Ambrogeo", MakeEmptyPanel},
-    {"Radar_F", MakeEmptyPanel},
+    {"Radar_F", MakePanel<Radar_F>},
     {"DT1", MakeEmptyPanel},
     {"DZT_old", MakeEmptyPanel},
     {"ASCII2SU", MakeEmptyPanel},
