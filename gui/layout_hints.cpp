@@ -10,6 +10,8 @@ constexpr LayoutHint kHints[] = {
     {"MainPanel", "Frame4", "column", "Frame2"},
     // The first cell holds the folder of the selection.
     {"sisforme", "Grid1", "cell0twips", "5555"},
+    // The output path with the button that chooses it.
+    {"sisforme", "Command4", "beside", "Text2"},
 };
 
 }  // namespace
@@ -20,6 +22,14 @@ std::optional<std::string_view> FindLayoutHint(std::string_view panel, std::stri
     if (hint.panel == panel && hint.control == control && hint.key == key) return hint.value;
   }
   return std::nullopt;
+}
+
+std::vector<std::string_view> ControlsBeside(std::string_view panel, std::string_view control) {
+  std::vector<std::string_view> names;
+  for (const LayoutHint& hint : kHints) {
+    if (hint.panel == panel && hint.key == "beside" && hint.value == control) names.push_back(hint.control);
+  }
+  return names;
 }
 
 }  // namespace vexmor

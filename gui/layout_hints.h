@@ -4,6 +4,7 @@
 // frame stands or how wide a grid cell starts.
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace vexmor {
 
@@ -11,9 +12,13 @@ struct LayoutHint {
   std::string_view panel;
   std::string_view control;
   std::string_view key;    // "column": stack this frame under the frame named in value
+                           // "beside": stand on the right of the text named in value
                            // "cell0twips": width of the first grid cell, in twips
   std::string_view value;
 };
+
+// The controls whose "beside" hint names this one.
+std::vector<std::string_view> ControlsBeside(std::string_view panel, std::string_view control);
 
 std::optional<std::string_view> FindLayoutHint(std::string_view panel, std::string_view control,
                                                std::string_view key);

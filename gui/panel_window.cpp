@@ -346,10 +346,30 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
   return nullptr;
 }
 
+QWidget* PanelWindow::FieldWithNeighbours(Bound& b) {
+  const std::vector<std::string_view> names = ControlsBeside(form_->Name(), b.control->Name());
+  if (names.empty()) return b.widget;
+  // The field and what stands beside it share one row of the form.
+  auto* row = new QWidget;
+  auto* line = new QHBoxLayout(row);
+  line->setContentsMargins(0, 0, 0, 0);
+  line->addWidget(b.widget, 1);
+  for (std::string_view name : names) {
+    const auto it = byName_.find(name);
+    if (it == byName_.end() || bound_[it->second].widget == nullptr) continue;
+    QWidget* neighbour = bound_[it->second].widget;
+    neighbour->setObjectName(Q(bound_[it->second].control->Name()));
+    line->addWidget(neighbour);
+    placedBeside_.insert(bound_[it->second].control->Name());
+  }
+  b.rowWidget = row;
+  return row;
+}
+
 void PanelWindow::Place(Bound& b, Container& into) {
   Control& c = *b.control;
   QWidget* w = b.widget;
-  if (w == nullptr) return;
+  if (w == nullptr || placedBeside_.count(c.Name()) != 0) return;
   w->setObjectName(Q(c.Name()));
   switch (c.Kind()) {
     case ControlKind::Text:
@@ -368,9 +388,9 @@ void PanelWindow::Place(Bound& b, Container& into) {
       if (HasLabelBeside(c)) {
         b.beside = new QLabel(Q(c.Caption()));
         b.beside->setBuddy(w);
-        into.rows->addRow(b.beside, w);
+        into.rows->addRow(b.beside, FieldWithNeighbours(b));
       } else {
-        into.rows->addRow(w);
+        into.rows->addRow(FieldWithNeighbours(b));
       }
       return;
     case ControlKind::Button:
@@ -534,7 +554,7 @@ void PanelWindow::Refresh(Bound& b) {
     b.beside->setEnabled(c.Enabled());
   }
   if (b.rows != nullptr) {
-    b.rows->setRowVisible(w, c.Visible());
+    b.rows->setRowVisible(b.rowWidget != nullptr ? b.rowWidget : w, c.Visible());
   } else {
     w->setVisible(c.Visible());
   }
@@ -623,6 +643,9 @@ void PanelWindow::Refresh(Bound& b) {
           const int px = std::atoi(std::string(*twips).c_str()) / 15;
           grid->setColumnWidth(0, std::max(grid->columnWidth(0), px));
         }
+      }
+      if (auto twips = FindLayoutHint(form_->Name(), c.Name(), "cell0twips")) {
+        grid->setMinimumWidth(std::atoi(std::string(*twips).c_str()) / 15 + 2 * grid->frameWidth() + 60);
       }
       const int height = grid->horizontalHeader()->sizeHint().height() + grid->verticalHeader()->defaultSectionSize() +
                          grid->horizontalScrollBar()->sizeHint().height() + 2 * grid->frameWidth();

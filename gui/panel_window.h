@@ -7,6 +7,8 @@
 #include <QWidget>
 #include <functional>
 #include <map>
+#include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -51,6 +53,7 @@ class PanelWindow : public QWidget {
     QWidget* widget = nullptr;    // the control's widget, if it has one
     QLabel* beside = nullptr;     // the label beside a text
     QFormLayout* rows = nullptr;  // the form layout of its row, if any
+    QWidget* rowWidget = nullptr; // the field with its neighbours, if any
     QButtonGroup* group = nullptr;
     QAction* action = nullptr;    // menu entry
     QToolBar* toolbar = nullptr;
@@ -61,6 +64,7 @@ class PanelWindow : public QWidget {
   void Build();
   QWidget* MakeWidget(Bound& b);
   void Place(Bound& b, Container& into);
+  QWidget* FieldWithNeighbours(Bound& b);
   Container& ContainerOf(const Control& c);
   void Refresh(Bound& b);
   void Connect(Bound& b);
@@ -79,6 +83,7 @@ class PanelWindow : public QWidget {
   std::map<std::string, std::unique_ptr<Container>, std::less<>> containers_;
   std::unique_ptr<Container> root_;
   std::map<std::string, QButtonGroup*> groups_;
+  std::set<std::string, std::less<>> placedBeside_;
 };
 
 }  // namespace vexmor

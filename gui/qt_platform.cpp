@@ -148,10 +148,12 @@ int QtPlatform::MessageBox(const std::string& text, int buttonsCode, const std::
   }
   box.exec();
 
+  // Closed without a button: the escape button's answer, as Escape gives.
   int answer = scriptedAnswer;
-  const QMessageBox::StandardButton pressed = box.standardButton(box.clickedButton());
+  const QMessageBox::StandardButton pressed =
+      box.clickedButton() != nullptr ? box.standardButton(box.clickedButton()) : escape;
   for (const ButtonAnswer& b : buttons) {
-    if (b.button == pressed) answer = b.answer;
+    if (b.button == pressed && (answer == 0 || box.clickedButton() != nullptr)) answer = b.answer;
   }
   if (answer == 0) answer = buttons.front().answer;
   Write(transcript::Message(text, buttonsCode, title, answer));

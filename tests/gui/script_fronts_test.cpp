@@ -1,0 +1,205 @@
+// The same panel scripts through `vexmor --script` (real windows, under Qt's
+// offscreen platform) and `vexmor-cli run`: the same transcript, the same
+// errors, the same output bytes.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace vexmor {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Folder {
+  Folder() {
+    std::string pattern = (fs::temp_directory_path() / "vexmor-fronts-XXXXXX").string();
+    path = mkdtemp(pattern.data());
+  }
+  ~Folder() {
+    std::error_code ec;
+    fs::remove_all(path, ec);
+  }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
+  fs::path path;
+};
+
+std::string ReadAll(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void WriteAll(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+struct FrontRun {
+  int status = -1;
+  std::string out, err;
+};
+
+// Runs a program on the script in the folder; "-" feeds it on standard input.
+FrontRun RunFront(const Folder& dir, const std::string& program, const std::string& how) {
+  const std::string bin = VEXMOR_BIN_DIR;
+  const std::string command = "cd '" + dir.path.string() + "' && QT_QPA_PLATFORM=offscreen '" + bin + "/" +
+                              program + "' " + how + " > front.out 2> front.err";
+  const int rc = std::system(command.c_str());
+  FrontRun r;
+  r.status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
+  r.out = ReadAll(dir / "front.out");
+  r.err = ReadAll(dir / "front.err");
+  return r;
+}
+
+FrontRun Cli(const Folder& dir, bool stdinScript = false) {
+  return RunFront(dir, "vexmor-cli", stdinScript ? "run - < script.txt" : "run script.txt");
+}
+FrontRun Gui(const Folder& dir, bool stdinScript = false) {
+  return RunFront(dir, "vexmor", stdinScript ? "--script - < script.txt" : "--script script.txt");
+}
+
+// Lines of the desktop's standard error that are script errors (Qt may
+// add notes of its own there).
+std::string ScriptErrors(const std::string& err) {
+  std::string lines;
+  size_t at = 0;
+  while (at < err.size()) {
+    size_t end = err.find('\n', at);
+    if (end == std::string::npos) end = err.size();
+    const std::string line = err.substr(at, end - at);
+    if (line.rfind("line ", 0) == 0) lines += line + "\n";
+    at = end + 1;
+  }
+  return lines;
+}
+
+void ExpectSameRun(const FrontRun& cli, const FrontRun& gui) {
+  EXPECT_EQ(gui.status, cli.status);
+  EXPECT_EQ(gui.out, cli.out);
+  EXPECT_EQ(ScriptErrors(gui.err), ScriptErrors(cli.err));
+}
+
+TEST(ScriptFronts, MainPanelOptionsButtonsAndClosing) {
+  Folder dir;
+  WriteAll(dir / "script.txt",
+           "open MainPanel\n"
+           "show MainPanel.caption\n"
+           "show Option21\n"
+           "show Check1\n"
+           "click Check1\n"
+           "show Check1\n"
+           "click Command3\n"
+           "answer message 2\n"
+           "click Command3\n"
+           "click Option7\n"
+           "use sisforme\n"
+           "show Text3\n"
+           "close sisforme\n"
+           "use MainPanel\n"
+           "show Option7\n"
+           "click Option7\n"
+           "show state.CommandPrefix\n"
+           "click Command2\n");
+  const FrontRun cli = Cli(dir);
+  const FrontRun gui = Gui(dir);
+  ExpectSameRun(cli, gui);
+  EXPECT_EQ(cli.status, 0) << cli.err;
+  EXPECT_NE(cli.out.find("opened sisforme\n"), std::string::npos) << cli.out;
+  EXPECT_NE(cli.out.find("closed MainPanel\n"), std::string::npos) << cli.out;
+  EXPECT_NE(cli.out.find("title=\"Norvane File converter\" -> 2\n"), std::string::npos) << cli.out;
+}
+
+TEST(ScriptFronts, ScriptErrorsStopAtTheSameLine) {
+  Folder dir;
+  WriteAll(dir / "script.txt", "open MainPanel\nclick Check1\nclick NoSuchControl\nclick Check1\nshow Check1\n");
+  const FrontRun cli = Cli(dir);
+  const FrontRun gui = Gui(dir, true);
+  ExpectSameRun(cli, gui);
+  EXPECT_EQ(cli.status, 2);
+  EXPECT_EQ(ScriptErrors(gui.err), "line 3: panel MainPanel has no control NoSuchControl\n");
+}
+
+// Two records of the generic importer's layout: a file header of 100 bytes,
+// then 3 traces, each a trace header of 20 bytes and 16 samples of 16 bits.
+void WriteRecords(const Folder& dir) {
+  for (int f = 1; f <= 2; ++f) {
+    std::string bytes(100, '\x11');
+    for (int t = 1; t <= 3; ++t) {
+      bytes += std::string(20, '\x22');
+      for (int s = 0; s < 16; ++s) {
+        const int v = (f * 1000 + t * 100 + s) * (s % 2 == 0 ? 1 : -1);
+        bytes += static_cast<char>(v & 0xFF);
+        bytes += static_cast<char>((v >> 8) & 0xFF);
+      }
+    }
+    WriteAll(dir / ("LINE" + std::to_string(f) + ".DAT"), bytes);
+  }
+}
+
+TEST(ScriptFronts, GenericImporterConvertsTheSameBytes) {
+  Folder dir;
+  WriteRecords(dir);
+  const std::string d = dir.path.string();
+  const std::string common =
+      "open MainPanel\n"
+      "click Option7\n"
+      "use sisforme\n"
+      "answer dialog \"" + d + " LINE1.DAT LINE2.DAT\"\n"
+      "click Command5\n"
+      "show Grid1\n"
+      "show Text6\n"
+      "show Text2\n"
+      "show Label8\n"
+      "set Text3 3\n"
+      "set Text4 16\n"
+      "set Text7 100\n"
+      "set Text8 20\n"
+      "click Option1\n"
+      "click Command6\n"
+      "show Text9\n"
+      "show Text7\n"
+      "click Command6\n"
+      "show Text9\n"
+      "answer dialog \"" + d + "/OUT.SU\"\n"
+      "click Command4\n"
+      "show Text2\n"
+      "click Command1\n"
+      "show ProgressBar1\n"
+      "show state.NbSamples\n"
+      "click Command2\n"
+      "close sisforme\n";
+  WriteAll(dir / "script.txt", common);
+  const FrontRun cli = Cli(dir);
+  ASSERT_EQ(cli.status, 0) << cli.err;
+  const std::string cliBytes = ReadAll(dir / "OUT.SU");
+  fs::remove(dir.path / "OUT.SU");
+  const FrontRun gui = Gui(dir);
+  ExpectSameRun(cli, gui);
+  const std::string guiBytes = ReadAll(dir / "OUT.SU");
+  EXPECT_EQ(cliBytes.size(), 6u * (240 + 16 * 4));
+  EXPECT_TRUE(guiBytes == cliBytes) << "the output files differ";
+  EXPECT_NE(cli.out.find("message \"OK, Conversion done\""), std::string::npos) << cli.out;
+}
+
+TEST(ScriptFronts, ConversionFailureShowsTheSameMessage) {
+  Folder dir;
+  WriteRecords(dir);
+  const std::string d = dir.path.string();
+  WriteAll(dir / "script.txt",
+           "open MainPanel\nclick Option7\nuse sisforme\n"
+           "answer dialog \"" + d + "/LINE1.DAT\"\nclick Command5\n"
+           "set Text7 -5000\nanswer dialog \"" + d + "/BAD.SU\"\nclick Command4\n"
+           "click Command1\nshow ProgressBar1\n");
+  const FrontRun cli = Cli(dir);
+  fs::remove(dir.path / "BAD.SU");
+  const FrontRun gui = Gui(dir);
+  ExpectSameRun(cli, gui);
+  EXPECT_NE(cli.out.find("message \"Verify your parameters...\" buttons=16"), std::string::npos) << cli.out;
+}
+
+}  // namespace
+}  // namespace vexmor
