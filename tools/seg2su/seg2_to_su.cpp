@@ -158,7 +158,12 @@ void SetTiming(SuHeader& h, const Seg2Trace& trace, std::vector<std::string>& no
     TrySet(h, "dt", interval * 1e12, notes, "SAMPLE_INTERVAL");
     h.Set("nhs", 95);
   } else {
-    TrySet(h, "dt", interval * 1e6, notes, "SAMPLE_INTERVAL");
+    const double micro = interval * 1e6;
+    TrySet(h, "dt", micro, notes, "SAMPLE_INTERVAL");
+    if (std::fabs(micro - std::nearbyint(micro)) > 1e-6) {
+      notes.push_back("sample interval of " + ShortestText(micro) + " microseconds: dt holds whole ones, " +
+                      ShortestText(RoundHalfEven(micro)) + " written");
+    }
   }
   double delay = 0;
   if (FirstNumber(trace.Find("DELAY"), delay)) TrySet(h, "delrt", delay * 1000.0, notes, "DELAY");

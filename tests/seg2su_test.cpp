@@ -1,0 +1,493 @@
+// seg2su: the SEG-2 reader, the SEG-2 to SU word mapping, the conversion of
+// a list of files, and the program itself.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+#include "core/binary_file.h"
+#include "core/su_trace.h"
+#include "platform/headless_platform.h"
+#include "platform/jobs.h"
+#include "seg2_format.h"
+#include "seg2_to_su.h"
+#include "test_util.h"
+
+namespace vexmor {
+namespace {
+
+using test::TempDir;
+
+const std::string kBin = VEXMOR_BIN_DIR;
+const std::string kSample = std::string(VEXMOR_SHARED_SAMPLES) + "/seg2/329.dat";
+
+struct ProgramRun {
+  int status = -1;
+  std::string out, err;
+};
+
+// Runs a command line with no desktop in reach, so that no window opens.
+ProgramRun RunCommand(const TempDir& dir, const std::string& command) {
+  const std::string out = dir / "stdout.txt", err = dir / "stderr.txt";
+  const std::string line = "env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " + command + " >" + out +
+                           " 2>" + err + " </dev/null";
+  ProgramRun r;
+  const int raw = std::system(line.c_str());
+  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  r.out = test::ReadText(out);
+  r.err = test::ReadText(err);
+  return r;
+}
+
+Seg2File ReadBuffer(const std::vector<uint8_t>& bytes, const std::string& name = "test.dat") {
+  return ReadSeg2(ByteSource::FromMemory(bytes), name);
+}
+
+std::vector<float> Decode(const std::vector<uint8_t>& bytes, const Seg2File& f, size_t trace) {
+  const Seg2Trace& t = f.traces[trace];
+  std::vector<float> out(static_cast<size_t>(t.samples));
+  DecodeSeg2Samples(bytes.data() + t.dataOffset, t.format, f.bigEndian, t.samples, out.data());
+  return out;
+}
+
+// The SU records of a conversion, kept in memory.
+struct Collected {
+  std::vector<uint8_t> bytes;
+  SuRecordWriter Writer() {
+    return [this](const uint8_t* p, size_t n) { bytes.insert(bytes.end(), p, p + n); };
+  }
+};
+
+double Word(const std::vector<uint8_t>& su, int32_t ns, int trace, const char* name) {
+  const size_t at = static_cast<size_t>(TraceSize(ns)) * static_cast<size_t>(trace - 1);
+  return GetWord(su.data() + at, SuWordNamed(name));
+}
+
+float Sample(const std::vector<uint8_t>& su, int32_t ns, int trace, int k) {
+  const size_t at = static_cast<size_t>(TraceSize(ns)) * static_cast<size_t>(trace - 1) + 240 + 4 * size_t(k);
+  return GetLEFloat(su.data() + at);
+}
+
+std::vector<Seg2WriteTrace> ThreeTraces(const std::vector<double>& samples) {
+  std::vector<Seg2WriteTrace> traces;
+  for (int t = 0; t < 3; ++t) {
+    Seg2WriteTrace w;
+    for (double v : samples) w.samples.push_back(v * (t + 1));
+    w.strings = {"CHANNEL_NUMBER " + std::to_string(t + 1), "SAMPLE_INTERVAL 0.00025"};
+    traces.push_back(w);
+  }
+  return traces;
+}
+
+// --- the real record -------------------------------------------------------
+
+TEST(Seg2RealRecord, DescriptorsMatchTheRecord) {
+  if (!std::filesystem::exists(kSample)) GTEST_SKIP() << "no sample folder";
+  const std::vector<uint8_t> bytes = test::ReadBytes(kSample);
+  const Seg2File f = ReadBuffer(bytes, kSample);
+  EXPECT_FALSE(f.bigEndian);
+  EXPECT_EQ(f.revision, 1);
+  ASSERT_EQ(f.traces.size(), 3u);
+  for (size_t t = 0; t < 3; ++t) {
+    EXPECT_EQ(f.traces[t].samples, 4096);
+    EXPECT_EQ(f.traces[t].format, 4);
+    ASSERT_NE(f.traces[t].Find("CHANNEL_NUMBER"), nullptr);
+    EXPECT_EQ(*f.traces[t].Find("CHANNEL_NUMBER"), std::to_string(t + 1));
+    EXPECT_EQ(*f.traces[t].Find("SAMPLE_INTERVAL"), "0.0000625");
+  }
+  EXPECT_EQ(*f.Find("ACQUISITION_DATE"), "08/May/2007");
+  EXPECT_TRUE(f.notes.empty());
+}
+
+TEST(Seg2RealRecord, ProgramWritesThreeTracesWithTheirWords) {
+  if (!std::filesystem::exists(kSample)) GTEST_SKIP() << "no sample folder";
+  TempDir dir;
+  const std::string out = dir / "329.su";
+  const ProgramRun r = RunCommand(dir, kBin + "/seg2su -o " + out + " " + kSample);
+  EXPECT_EQ(r.status, 0) << r.err;
+  const std::vector<uint8_t> su = test::ReadBytes(out);
+  ASSERT_EQ(su.size(), 3u * static_cast<size_t>(TraceSize(4096)));
+  const std::vector<uint8_t> raw = test::ReadBytes(kSample);
+  const Seg2File f = ReadBuffer(raw, kSample);
+  for (int t = 1; t <= 3; ++t) {
+    EXPECT_EQ(Word(su, 4096, t, "tracl"), t);
+    EXPECT_EQ(Word(su, 4096, t, "tracf"), t);
+    EXPECT_EQ(Word(su, 4096, t, "fldr"), 329);  // SHOT_SEQUENCE_NUMBER
+    EXPECT_EQ(Word(su, 4096, t, "ns"), 4096);
+    EXPECT_EQ(Word(su, 4096, t, "dt"), 62);  // 62.5 microseconds, rounded half to even
+    EXPECT_EQ(Word(su, 4096, t, "nvs"), 2);
+    EXPECT_EQ(Word(su, 4096, t, "gx"), t - 1);
+    EXPECT_EQ(Word(su, 4096, t, "year"), 2007);
+    EXPECT_EQ(Word(su, 4096, t, "day"), 128);
+    EXPECT_EQ(Word(su, 4096, t, "hour"), 14);
+    const std::vector<float> samples = Decode(raw, f, size_t(t - 1));
+    for (int k : {0, 1, 2047, 4095}) EXPECT_EQ(Sample(su, 4096, t, k), samples[size_t(k)]);
+  }
+  EXPECT_NE(r.err.find("3 traces of 4096 samples"), std::string::npos) << r.err;
+}
+
+// --- every sample format, both byte orders, both revisions ------------------
+
+struct Layout {
+  int format;
+  bool bigEndian;
+  int revision;
+};
+
+class Seg2Layouts : public ::testing::TestWithParam<Layout> {};
+
+TEST_P(Seg2Layouts, SamplesAndStringsComeBackExactly) {
+  const Layout l = GetParam();
+  std::vector<double> values = {0, 1, -1, 1234, -4321, 10000, -10000, 7};  // x3 still fits int16
+  if (l.format != 1) values.insert(values.end(), {100000, -70000, 123456});
+  if (l.format >= 4) values.insert(values.end(), {0.5, -2.25, 1e-3});
+  const std::vector<Seg2WriteTrace> traces = ThreeTraces(values);
+  const std::vector<uint8_t> bytes =
+      MakeSeg2({"ACQUISITION_DATE 01/JAN/2020", "NOTE a test"}, traces, l.format, l.bigEndian, l.revision);
+  const Seg2File f = ReadBuffer(bytes);
+  EXPECT_EQ(f.bigEndian, l.bigEndian);
+  EXPECT_EQ(f.revision, l.revision);
+  ASSERT_EQ(f.traces.size(), 3u);
+  EXPECT_EQ(*f.Find("ACQUISITION_DATE"), "01/JAN/2020");
+  EXPECT_EQ(*f.Find("NOTE"), "a test");
+  for (size_t t = 0; t < 3; ++t) {
+    EXPECT_EQ(f.traces[t].format, l.format);
+    EXPECT_EQ(*f.traces[t].Find("CHANNEL_NUMBER"), std::to_string(t + 1));
+    const std::vector<float> got = Decode(bytes, f, t);
+    ASSERT_EQ(got.size(), values.size());
+    for (size_t k = 0; k < values.size(); ++k) {
+      EXPECT_EQ(got[k], static_cast<float>(traces[t].samples[k])) << "trace " << t << " sample " << k;
+    }
+  }
+}
+
+TEST_P(Seg2Layouts, ConversionGivesTheSameFloatsInSu) {
+  const Layout l = GetParam();
+  const std::vector<double> values = {3, -5, 250, -1000, 0, 17, 19, -23, 29};  // not a multiple of 4
+  TempDir dir;
+  const std::string path = dir / "a.dat";
+  test::WriteBytes(path, MakeSeg2({}, ThreeTraces(values), l.format, l.bigEndian, l.revision));
+  Collected su;
+  const Seg2SuReport report = ConvertSeg2ToSu({path}, su.Writer());
+  EXPECT_EQ(report.filesDone, 1);
+  EXPECT_EQ(report.traces, 3);
+  ASSERT_EQ(su.bytes.size(), 3u * static_cast<size_t>(TraceSize(9)));
+  for (int t = 1; t <= 3; ++t) {
+    EXPECT_EQ(Word(su.bytes, 9, t, "dt"), 250);
+    for (int k = 0; k < 9; ++k) EXPECT_EQ(Sample(su.bytes, 9, t, k), values[size_t(k)] * t);
+  }
+}
+
+std::vector<Layout> AllLayouts() {
+  std::vector<Layout> all;
+  for (int format = 1; format <= 5; ++format) {
+    for (bool big : {false, true}) {
+      for (int revision : {0, 1}) all.push_back({format, big, revision});
+    }
+  }
+  return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(AllFormats, Seg2Layouts, ::testing::ValuesIn(AllLayouts()),
+                         [](const ::testing::TestParamInfo<Layout>& info) {
+                           return "format" + std::to_string(info.param.format) +
+                                  (info.param.bigEndian ? "_big" : "_little") + "_rev" +
+                                  std::to_string(info.param.revision);
+                         });
+
+TEST(Seg2Packed20, OnesComplementMantissasAndExponents) {
+  // One group by hand, low byte first: exponents 0, 1, 2, 15 (lowest nibble
+  // first); mantissas 5, -5 (one's complement 0xFFFA), 0x7FFF, -0 (0xFFFF).
+  const std::vector<uint8_t> group = {0x10, 0xF2, 5, 0, 0xFA, 0xFF, 0xFF, 0x7F, 0xFF, 0xFF};
+  float out[4];
+  DecodeSeg2Samples(group.data(), 3, false, 4, out);
+  EXPECT_EQ(out[0], 5.0f);
+  EXPECT_EQ(out[1], -10.0f);
+  EXPECT_EQ(out[2], 32767.0f * 4);
+  EXPECT_EQ(out[3], 0.0f);
+}
+
+// --- the SU words ------------------------------------------------------------
+
+SuHeader HeaderOf(const std::vector<std::string>& fileStrings, const std::vector<std::string>& traceStrings,
+                  std::vector<std::string>& notes, Seg2TracePlace place = {5, 2, 3}) {
+  Seg2WriteTrace w;
+  w.samples = {1, 2, 3, 4};
+  w.strings = traceStrings;
+  const std::vector<uint8_t> bytes = MakeSeg2(fileStrings, {w}, 2, false);
+  const Seg2File f = ReadBuffer(bytes);
+  return Seg2TraceHeader(f, f.traces[0], place, 4, notes);
+}
+
+TEST(Seg2Words, KeywordsGoWhereAGeophysicistLooksForThem) {
+  std::vector<std::string> notes;
+  const SuHeader h = HeaderOf({"ACQUISITION_DATE 29/FEB/2008", "ACQUISITION_TIME 23:59:58.75"},
+                              {"SHOT_SEQUENCE_NUMBER 42", "CHANNEL_NUMBER 7", "SAMPLE_INTERVAL 0.000125",
+                               "DELAY -0.010", "STACK 4", "SOURCE_LOCATION 10.25", "RECEIVER_LOCATION 12.5 0 101.75",
+                               "LOW_CUT_FILTER 10 12", "HIGH_CUT_FILTER 250 24", "ALIAS_FILTER 500 18",
+                               "NOTCH_FREQUENCY 50", "FIXED_GAIN 24 DB", "CDP_NUMBER 88", "SOURCE_STATION_NUMBER 101",
+                               "TRACE_TYPE SEISMIC_DATA"},
+                              notes);
+  EXPECT_EQ(h.GetInt("tracl"), 5);
+  EXPECT_EQ(h.GetInt("tracr"), 5);
+  EXPECT_EQ(h.GetInt("fldr"), 42);
+  EXPECT_EQ(h.GetInt("tracf"), 7);
+  EXPECT_EQ(h.GetInt("ep"), 101);
+  EXPECT_EQ(h.GetInt("cdp"), 88);
+  EXPECT_EQ(h.GetInt("trid"), 1);
+  EXPECT_EQ(h.GetInt("nvs"), 4);
+  EXPECT_EQ(h.GetInt("ns"), 4);
+  EXPECT_EQ(h.GetInt("dt"), 125);
+  EXPECT_EQ(h.GetInt("delrt"), -10);
+  // Fractions kept through scalco: hundredths here.
+  EXPECT_EQ(h.GetInt("scalco"), -100);
+  EXPECT_EQ(h.GetInt("sx"), 1025);
+  EXPECT_EQ(h.GetInt("gx"), 1250);
+  EXPECT_EQ(h.GetInt("gy"), 0);
+  EXPECT_EQ(h.GetInt("offset"), 2);  // 2.25 m, whole units
+  EXPECT_EQ(h.GetInt("scalel"), -100);
+  EXPECT_EQ(h.GetInt("gelev"), 10175);
+  EXPECT_EQ(h.GetInt("lcf"), 10);
+  EXPECT_EQ(h.GetInt("lcs"), 12);
+  EXPECT_EQ(h.GetInt("hcf"), 250);
+  EXPECT_EQ(h.GetInt("hcs"), 24);
+  EXPECT_EQ(h.GetInt("afilf"), 500);
+  EXPECT_EQ(h.GetInt("afils"), 18);
+  EXPECT_EQ(h.GetInt("nofilf"), 50);
+  EXPECT_EQ(h.GetInt("igc"), 24);
+  EXPECT_EQ(h.GetInt("year"), 2008);
+  EXPECT_EQ(h.GetInt("day"), 60);
+  EXPECT_EQ(h.GetInt("hour"), 23);
+  EXPECT_EQ(h.GetInt("minute"), 59);
+  EXPECT_EQ(h.GetInt("sec"), 58);
+  EXPECT_TRUE(notes.empty()) << notes.front();
+}
+
+TEST(Seg2Words, WithoutShotOrChannelTheirPlacesStandIn) {
+  std::vector<std::string> notes;
+  const SuHeader h = HeaderOf({}, {"SAMPLE_INTERVAL 0.001"}, notes, {9, 4, 6});
+  EXPECT_EQ(h.GetInt("fldr"), 4);
+  EXPECT_EQ(h.GetInt("tracf"), 6);
+  EXPECT_EQ(h.GetInt("dt"), 1000);
+  EXPECT_EQ(h.GetInt("nvs"), 1);
+  EXPECT_EQ(h.GetInt("scalco"), 0);  // no position given
+  EXPECT_EQ(h.GetInt("year"), 0);
+}
+
+TEST(Seg2Words, RadarIntervalsUseTheRadarConvention) {
+  std::vector<std::string> notes;
+  const SuHeader h = HeaderOf({}, {"SAMPLE_INTERVAL 2.0E-10", "TRACE_TYPE RADAR_DATA"}, notes);
+  EXPECT_EQ(h.GetInt("dt"), 200);  // 0.2 ns x 1000
+  EXPECT_EQ(h.GetInt("nhs"), 95);
+}
+
+TEST(Seg2Words, ValuesThatDoNotFitAreLeftOutWithANote) {
+  std::vector<std::string> notes;
+  const SuHeader h = HeaderOf({"ACQUISITION_DATE yesterday"},
+                              {"SAMPLE_INTERVAL 0.1", "DELAY 100", "CHANNEL_NUMBER 5e12"}, notes, {1, 1, 1});
+  EXPECT_EQ(h.GetInt("dt"), 0);     // 100000 microseconds: too large for dt
+  EXPECT_EQ(h.GetInt("delrt"), 0);  // 100 s
+  EXPECT_EQ(h.GetInt("tracf"), 0);
+  EXPECT_EQ(notes.size(), 4u);
+}
+
+TEST(Seg2Words, DatesInTheFormsFoundInTheField) {
+  int y = 0, d = 0;
+  EXPECT_TRUE(Seg2Date("08/May/2007", y, d));
+  EXPECT_EQ(y, 2007);
+  EXPECT_EQ(d, 128);
+  EXPECT_TRUE(Seg2Date("31/12/2000", y, d));
+  EXPECT_EQ(d, 366);
+  EXPECT_TRUE(Seg2Date("2001-03-01", y, d));
+  EXPECT_EQ(d, 60);
+  EXPECT_TRUE(Seg2Date("01/JAN/99", y, d));
+  EXPECT_EQ(y, 1999);
+  EXPECT_FALSE(Seg2Date("30/FEB/2001", y, d));
+  EXPECT_FALSE(Seg2Date("", y, d));
+  int h = 0, m = 0, s = 0;
+  EXPECT_TRUE(Seg2Time("07:05:09", h, m, s));
+  EXPECT_EQ(h * 10000 + m * 100 + s, 70509);
+  EXPECT_FALSE(Seg2Time("25:00:00", h, m, s));
+}
+
+// --- many files, bad files -------------------------------------------------
+
+TEST(Seg2Conversion, BadFilesAreNamedAndTheOthersStillConverted) {
+  TempDir dir;
+  const std::vector<uint8_t> good = MakeSeg2({}, ThreeTraces({1, 2, 3, 4}), 4, false);
+  test::WriteBytes(dir / "a.dat", good);
+  test::WriteBytes(dir / "cut.dat", std::vector<uint8_t>(good.begin(), good.end() - 3));
+  test::WriteText(dir / "text.dat", "this is a text file, not a record\n");
+  test::WriteBytes(dir / "e.dat", MakeSeg2({}, ThreeTraces({5, 6, 7, 8}), 1, true));
+  Collected su;
+  int calls = 0;
+  const Seg2SuReport r = ConvertSeg2ToSu(
+      {dir / "a.dat", dir / "cut.dat", dir / "text.dat", dir / "missing.dat", dir / "e.dat"}, su.Writer(), {},
+      [&calls](int done, int total) {
+        ++calls;
+        EXPECT_EQ(done, calls);
+        EXPECT_EQ(total, 5);
+      });
+  EXPECT_EQ(calls, 5);
+  EXPECT_EQ(r.filesDone, 2);
+  EXPECT_EQ(r.filesFailed, 3);
+  EXPECT_EQ(r.traces, 6);
+  ASSERT_EQ(su.bytes.size(), 6u * static_cast<size_t>(TraceSize(4)));
+  for (const char* name : {"cut.dat", "text.dat", "missing.dat"}) {
+    bool named = false;
+    for (const std::string& m : r.messages) named = named || m.find(name) != std::string::npos;
+    EXPECT_TRUE(named) << name;
+  }
+  for (int t = 1; t <= 6; ++t) EXPECT_EQ(Word(su.bytes, 4, t, "tracl"), t);
+  EXPECT_EQ(Word(su.bytes, 4, 1, "fldr"), 1);
+  EXPECT_EQ(Word(su.bytes, 4, 4, "fldr"), 5);  // the file's place in the list
+  EXPECT_EQ(Sample(su.bytes, 4, 4, 0), 5.0f);
+}
+
+TEST(Seg2Conversion, ShorterRecordsArePaddedToTheLongest) {
+  TempDir dir;
+  test::WriteBytes(dir / "short.dat", MakeSeg2({}, ThreeTraces({1, 2}), 2, false));
+  test::WriteBytes(dir / "long.dat", MakeSeg2({}, ThreeTraces({1, 2, 3, 4, 5}), 2, false));
+  Collected su;
+  const Seg2SuReport r = ConvertSeg2ToSu({dir / "short.dat", dir / "long.dat"}, su.Writer());
+  EXPECT_EQ(r.samples, 5);
+  ASSERT_EQ(su.bytes.size(), 6u * static_cast<size_t>(TraceSize(5)));
+  EXPECT_EQ(Word(su.bytes, 5, 1, "ns"), 5);
+  EXPECT_EQ(Sample(su.bytes, 5, 1, 1), 2.0f);
+  EXPECT_EQ(Sample(su.bytes, 5, 1, 2), 0.0f);
+  EXPECT_EQ(Sample(su.bytes, 5, 4, 4), 5.0f);
+  ASSERT_FALSE(r.messages.empty());
+  EXPECT_NE(r.messages[0].find("padded"), std::string::npos);
+}
+
+TEST(Seg2Robustness, EveryCutOfAFileIsRefusedWithItsName) {
+  const std::vector<uint8_t> good = MakeSeg2({"COMPANY x"}, ThreeTraces({1, -2, 3, -4, 5}), 3, true);
+  for (size_t n = 0; n < good.size(); ++n) {
+    const std::vector<uint8_t> cut(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(n));
+    try {
+      ReadBuffer(cut, "cut.dat");
+      ADD_FAILURE() << "a file cut to " << n << " bytes was read";
+    } catch (const Seg2Error& e) {
+      EXPECT_EQ(std::string(e.what()).rfind("cut.dat: ", 0), 0u) << e.what();
+    }
+  }
+}
+
+TEST(Seg2Robustness, DamagedFilesNeverReadOutsideThemselves) {
+  const std::vector<uint8_t> good = MakeSeg2({"COMPANY x"}, ThreeTraces({1, -2, 3, -4, 5, 6, 7, 8}), 2, false);
+  std::mt19937 random(8);
+  for (int round = 0; round < 3000; ++round) {
+    std::vector<uint8_t> bytes = good;
+    const int flips = 1 + round % 6;
+    for (int k = 0; k < flips; ++k) bytes[random() % bytes.size()] = static_cast<uint8_t>(random());
+    try {
+      const Seg2File f = ReadBuffer(bytes, "damaged.dat");
+      for (size_t t = 0; t < f.traces.size(); ++t) Decode(bytes, f, t);
+      std::vector<std::string> notes;
+      for (const Seg2Trace& t : f.traces) Seg2TraceHeader(f, t, {}, 8, notes);
+    } catch (const Seg2Error&) {
+    }
+  }
+}
+
+TEST(Seg2Robustness, GarbageWithTheRightBlockId) {
+  std::mt19937 random(2);
+  for (int round = 0; round < 500; ++round) {
+    std::vector<uint8_t> bytes(32 + random() % 400);
+    for (uint8_t& b : bytes) b = static_cast<uint8_t>(random());
+    bytes[0] = 0x55;
+    bytes[1] = 0x3A;
+    try {
+      const Seg2File f = ReadBuffer(bytes, "noise.dat");
+      for (size_t t = 0; t < f.traces.size(); ++t) Decode(bytes, f, t);
+    } catch (const Seg2Error&) {
+    }
+  }
+}
+
+// --- the program -------------------------------------------------------------
+
+TEST(Seg2SuProgram, ReportsBadFilesAndEndsNonZero) {
+  TempDir dir;
+  test::WriteBytes(dir / "good.dat", MakeSeg2({}, ThreeTraces({1, 2, 3}), 4, false));
+  test::WriteText(dir / "bad.dat", std::string(100, 'x'));
+  const ProgramRun r = RunCommand(dir, kBin + "/seg2su -o " + dir / "out.su " + dir / "good.dat " + dir / "bad.dat " +
+                                    dir / "gone.dat");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("bad.dat: not a SEG-2 file"), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("gone.dat"), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("2 files could not be converted"), std::string::npos) << r.err;
+  EXPECT_EQ(test::ReadBytes(dir / "out.su").size(), 3u * static_cast<size_t>(TraceSize(3)));
+}
+
+TEST(Seg2SuProgram, WritesToStandardOutputAndLeavesAnOutputAloneWhenNothingConverts) {
+  TempDir dir;
+  test::WriteBytes(dir / "good.dat", MakeSeg2({}, ThreeTraces({1, 2, 3}), 1, true));
+  ProgramRun r = RunCommand(dir, kBin + "/seg2su " + dir / "good.dat");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.size(), 3u * static_cast<size_t>(TraceSize(3)));
+
+  test::WriteText(dir / "keep.su", "old");
+  r = RunCommand(dir, kBin + "/seg2su -o " + dir / "keep.su " + dir / "none.dat");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(test::ReadText(dir / "keep.su"), "old");
+
+  r = RunCommand(dir, kBin + "/seg2su -o " + dir / "good.dat " + dir / "good.dat");
+  EXPECT_EQ(r.status, 2);
+  EXPECT_NE(r.err.find("one of the input files"), std::string::npos);
+}
+
+TEST(Seg2SuProgram, WithoutArgumentsOrDesktopItPrintsItsUsage) {
+  TempDir dir;
+  const ProgramRun r = RunCommand(dir, kBin + "/seg2su");
+  EXPECT_EQ(r.status, 2);
+  EXPECT_NE(r.err.find("usage: seg2su"), std::string::npos);
+}
+
+TEST(Seg2SuProgram, ListShowsTheKeywordsThatNoWordTakes) {
+  TempDir dir;
+  test::WriteBytes(dir / "a.dat", MakeSeg2({"CLIENT Someone"}, ThreeTraces({1}), 5, false, 0));
+  const ProgramRun r = RunCommand(dir, kBin + "/seg2su -l " + dir / "a.dat");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("SEG-2 revision 0, low byte first, 3 traces"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("CLIENT Someone"), std::string::npos);
+  EXPECT_NE(r.out.find("trace 3: 1 samples, float64"), std::string::npos);
+}
+
+// The main panel starts "SEG2SU.EXE"; the platform finds our seg2su, which
+// with no desktop prints its usage and ends instead of waiting.
+TEST(Seg2SuProgram, MainPanelNameStartsOurProgram) {
+  struct SavedVariable {
+    std::string name;
+    bool had;
+    std::string value;
+  };
+  std::vector<SavedVariable> saved;
+  for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+    const char* v = std::getenv(name);
+    saved.push_back({name, v != nullptr, v ? v : ""});
+    unsetenv(name);
+  }
+  HeadlessPlatform platform;
+  platform.SetProgramFolder(kBin);
+  const int task = platform.Shell("SEG2SU.EXE", 1);
+  EXPECT_NE(task, 0);
+  const auto start = std::chrono::steady_clock::now();
+  while (RunningJobs() > 0 && std::chrono::steady_clock::now() - start < std::chrono::seconds(10)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ReapJobs();
+  }
+  EXPECT_EQ(RunningJobs(), 0) << "seg2su did not end";
+  for (const SavedVariable& s : saved) {
+    if (s.had) setenv(s.name.c_str(), s.value.c_str(), 1);
+  }
+}
+
+}  // namespace
+}  // namespace vexmor
