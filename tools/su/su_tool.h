@@ -1,0 +1,105 @@
+#pragma once
+// What the Seismic Unix tools share: key=value parameters, messages on
+// standard error, big unbuffered reads and writes of standard input and
+// output, the trace header layouts of SU and SEG-Y, text header codes.
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace vexmor::su {
+
+// A failure that ends the tool with exit status 1; the text is the message.
+struct ToolError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+class Params {
+ public:
+  // Reads key=value words; anything else is an error. Keys not in `known`
+  // are reported and ignored.
+  Params(const std::string& tool, int argc, char** argv, const std::vector<std::string>& known);
+  bool Has(const std::string& key) const { return values_.count(key) != 0; }
+  std::string Text(const std::string& key, const std::string& fallback) const;
+  // A whole integer, or fallback when absent; anything else is an error.
+  int64_t Int(const std::string& key, int64_t fallback) const;
+  std::optional<int64_t> IntIfGiven(const std::string& key) const;
+  bool Empty() const { return values_.empty(); }
+
+ private:
+  std::map<std::string, std::string> values_;
+};
+
+// Runs body, turning a ToolError (or any other exception) into a message
+// "tool: text" on standard error and exit status 1. The usage text is shown
+// when there are no parameters and standard input is a terminal.
+int RunTool(const char* tool, const char* usage, int argc, char** argv, bool usageWithoutParams,
+            int (*body)(int argc, char** argv));
+
+// Prints "tool: text" on standard error (a warning or a report).
+void Note(const std::string& text);
+const std::string& ToolName();
+
+// Standard output written in big blocks; failing writes are ToolErrors.
+class Output {
+ public:
+  explicit Output(int fd = 1);
+  ~Output();
+  void Write(const void* data, size_t n);
+  void Flush();
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+ private:
+  int fd_;
+  std::vector<uint8_t> buffer_;
+  size_t used_ = 0;
+};
+
+// Reads up to n bytes of the descriptor; gives how many it got (less only
+// at its end).
+size_t ReadFully(int fd, void* data, size_t n);
+
+// Fails when standard output is a terminal: traces are binary.
+void RequireOutputNotTerminal();
+
+// SU header: words 1..71 (bytes 0..179) are the SEG-Y trace header words.
+inline constexpr int kSegyWordsEnd = 180;
+// Reverses the byte order of words 1..71 of a 240-byte header.
+void SwapTraceWords(uint8_t* header);
+
+// SEG-Y binary header (400 bytes, offsets from its start) as a table of
+// integer fields, so that a byte order change is one loop.
+struct BinField {
+  int offset;
+  int width;  // 1 (not swapped), 2, 4 or 8
+};
+const std::vector<BinField>& BinaryHeaderFields();
+void SwapBinaryHeader(uint8_t* bin);
+
+inline constexpr int kTextHeaderBytes = 3200;
+inline constexpr int kBinHeaderBytes = 400;
+inline constexpr int kSegyHeaderBytes = 3600;
+inline constexpr int kTraceHeaderBytes = 240;
+
+// Binary header offsets used by the tools.
+namespace bin {
+inline constexpr int kDt = 16, kDtOrig = 18, kNs = 20, kNsOrig = 22, kFormat = 24;
+inline constexpr int kExtNs = 68, kByteOrder = 96, kMajorRev = 300, kMinorRev = 301;
+inline constexpr int kFixedLength = 302, kExtTextHeaders = 304, kExtraTraceHeaders = 306;
+inline constexpr int kTraceCount64 = 312, kFirstTrace64 = 320;
+}  // namespace bin
+
+// Text header codes.
+uint8_t EbcdicToAscii(uint8_t c);
+uint8_t AsciiToEbcdic(uint8_t c);
+// Whether a text header is more likely EBCDIC than ASCII.
+bool LooksEbcdic(const uint8_t* text, size_t n);
+
+// Whole small files.
+std::vector<uint8_t> ReadSmallFile(const std::string& path, size_t limit);
+void WriteWholeFile(const std::string& path, const uint8_t* data, size_t n);
+
+}  // namespace vexmor::su
