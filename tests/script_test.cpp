@@ -84,7 +84,9 @@ TEST(Script, CheckBoxesToggleAndOptionsExcludeEachOtherInTheirFrame) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out,
             "opened MainPanel\nCheck1 = on\nCheck1 = off\n"
-            "Option7 = on\nOption21 = off visible=0\nOption12 = on\nOption7 = off\n");
+            "opened sisforme\nopened Radar_F\n"  // Option7 of Frame1 is still selected: both open
+            "Option7 = on\nOption21 = off visible=0\nOption12 = on\n"
+            "opened abem\nOption7 = off\n");
 }
 
 TEST(Script, ErrorsStopAtTheirLineWithStatus2) {
