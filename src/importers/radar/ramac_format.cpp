@@ -1,0 +1,119 @@
+#include "importers/radar/ramac_format.h"
+
+#include <sys/stat.h>
+
+#include <ctime>
+#include <optional>
+#include <vector>
+
+#include "core/binary_file.h"
+#include "core/numbers.h"
+#include "core/paths.h"
+#include "core/su_trace.h"
+
+namespace vexmor {
+
+namespace {
+
+// Header bytes that a trace writes: 0 to 183 (the words up to d1, with 88 to
+// 179 cleared) and d2 at 188. Bytes 184 to 187 and 192 to 239 keep what the
+// output held.
+constexpr size_t kFrontBytes = 184;
+constexpr int kD2Offset = 188;
+
+void FillHeader(SuHeader& h, const RamacConversion& job, int32_t i, int32_t x) {
+  for (const char* word : {"tracl", "tracr", "tracf", "cdp", "cdpt"}) h.Set(word, i);
+  h.Set("fldr", 1);
+  for (const char* word : {"ep", "offset", "sx", "gx"}) h.Set(word, x);
+  h.Set("trid", 1);
+  h.Set("nhs", 95);  // the mark of a radar trace
+  h.Set("scalco", 1);
+  h.Set("ns", job.samples - job.timeZero);
+  h.Set("dt", job.dt);
+  h.Set("year", job.date.year);
+  h.Set("day", job.date.day);
+  h.Set("hour", job.date.hour);
+  h.Set("minute", job.date.minute);
+  h.Set("d1", static_cast<float>(job.spacing));
+  h.Set("d2", static_cast<float>(job.spacing));
+}
+
+}  // namespace
+
+SuDateWords DateWordsOf(const std::string& path) {
+  SuDateWords words;
+  int month = 0, dayOfMonth = 0;
+  struct stat info {};
+  std::tm local{};
+  if (::stat(ResolveExisting(path).c_str(), &info) == 0 && localtime_r(&info.st_mtime, &local) != nullptr) {
+    month = local.tm_mon + 1;
+    dayOfMonth = local.tm_mday;
+    words.year = static_cast<int16_t>(local.tm_year % 100);
+    words.hour = static_cast<int16_t>(local.tm_hour);
+    words.minute = static_cast<int16_t>(local.tm_min);
+  }
+  // Months of 30 days, as the short date mm/dd/yy gives them.
+  words.day = static_cast<int16_t>((month - 1) * 30 + dayOfMonth);
+  return words;
+}
+
+std::string RamacLimitProblem(double traces, double samples, double timeZero) {
+  if (!(traces >= 1 && traces <= kRamacMaxTraces)) {
+    return "Number of channel must be from 1 to " + std::to_string(kRamacMaxTraces);
+  }
+  if (!(samples >= 1 && samples <= kRamacMaxSamples)) {
+    return "Samples per trace must be from 1 to " + std::to_string(kRamacMaxSamples);
+  }
+  if (!(timeZero >= 0 && timeZero < samples)) {
+    return "Time zero at point must be from 0 to" + NumberText(samples - 1);
+  }
+  if (samples - timeZero > kRamacMaxOutputSamples) {
+    return "At most " + std::to_string(kRamacMaxOutputSamples) +
+           " samples per output trace: Samples per trace less Time zero at point gives" +
+           NumberText(samples - timeZero);
+  }
+  return {};
+}
+
+void ConvertRamacProfile(const RamacConversion& job, const std::function<void(int32_t)>& progress) {
+  const int32_t m = job.samples;
+  const int32_t n = job.samples - job.timeZero;
+  std::vector<uint8_t> input(static_cast<size_t>(m) * 2, 0);
+  std::vector<uint8_t> floats(static_cast<size_t>(n) * 4, 0);
+  const int64_t recordSize = int64_t{kSuHeaderBytes} + int64_t{4} * n;
+
+  BinaryFile out(job.output, BinaryFile::Mode::Update);
+  std::optional<BinaryFile> in;
+  try {
+    in.emplace(job.input, BinaryFile::Mode::Read);
+  } catch (const std::exception&) {
+    // Unreadable input: the traces are written with samples of 0.
+  }
+
+  SuHeader header;
+  int32_t x = 0;
+  for (int32_t i = 1; i <= job.traces; ++i) {
+    if (progress) progress(i);
+    try {
+      x = ToInt32((i - 1) * job.spacing);
+    } catch (const std::exception&) {
+      // A distance too large for its word keeps the one before.
+    }
+    if (in) in->Read(int64_t{2} * m * (i - 1), input.data(), input.size());
+    for (int32_t k = 1; k <= n; ++k) {
+      const int32_t source = k + job.timeZero - 1;  // from 1; 0 does not exist
+      const float value = source >= 1 ? static_cast<float>(GetLE16(input.data() + 2 * (source - 1))) : 0.0f;
+      PutLEFloat(floats.data() + 4 * (k - 1), value);
+    }
+    const int64_t at = recordSize * (i - 1);
+    // Samples first: the file is then long enough for the header's unwritten
+    // bytes to read as 0.
+    out.Write(at + kSuHeaderBytes, floats.data(), floats.size());
+    FillHeader(header, job, i, x);
+    out.Write(at, header.Data(), kFrontBytes);
+    out.Write(at + kD2Offset, header.Data() + kD2Offset, 4);
+  }
+  out.Close();
+}
+
+}  // namespace vexmor

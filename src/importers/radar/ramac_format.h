@@ -1,0 +1,62 @@
+#pragma once
+// RAMAC ground radar profiles.
+//
+// Data file (.rd3): no file header, a plain run of traces, each of M signed
+// 16-bit samples, low byte first. Trace i (from 1) starts at 2 x M x (i - 1).
+// Nothing in the file gives the trace count; the header text does.
+//
+//   0            2M           4M
+//   | trace 1     | trace 2     | ...        (M x int16 each)
+//
+// Header text (.rad, beside it): "KEYWORD:value" lines ended by CR, among
+// them SAMPLES:, LAST TRACE:, TIME INTERVAL:, TIMEWINDOW:, DISTANCE INTERVAL:.
+//
+// The SU output has one record per trace with N = M - Z samples, Z being the
+// time-zero point: output sample k is input sample k + Z - 1 (from 1), so with
+// Z = 0 the first output sample is 0.0 and the last input sample is dropped.
+// dt holds the sampling interval in nanoseconds x 1000.
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace vexmor {
+
+// The date and time words of the SU header.
+struct SuDateWords {
+  int16_t year = 0;    // two digits
+  int16_t day = 0;     // (month - 1) x 30 + day of month
+  int16_t hour = 0;
+  int16_t minute = 0;
+};
+
+// Date words from the last-change time of a file, in local time. A file that
+// cannot be looked at gives month, day and year 0, so day is -30.
+SuDateWords DateWordsOf(const std::string& path);
+
+// The numbers of one conversion, as the panel has checked them.
+struct RamacConversion {
+  std::string input;
+  std::string output;
+  int32_t traces = 0;      // T
+  int32_t samples = 0;     // M, samples of an input trace
+  int32_t timeZero = 0;    // Z
+  int16_t dt = 0;          // D, nanoseconds x 1000
+  double spacing = 0;      // P, distance between traces
+  SuDateWords date;
+};
+
+// The largest values that the trace and record sizes of 16 bits allow.
+inline constexpr int32_t kRamacMaxTraces = 32767;
+inline constexpr int32_t kRamacMaxSamples = 16383;      // 2 x M fits
+inline constexpr int32_t kRamacMaxOutputSamples = 8131;  // 4 x N + 240 fits
+
+// Why these numbers can't be converted, or an empty text when they can.
+std::string RamacLimitProblem(double traces, double samples, double timeZero);
+
+// Writes the SU records over the output from its start, without emptying
+// it. An input that cannot be opened, or that ends early, gives samples of
+// 0. Throws RunTimeFailure when the output cannot be opened or written.
+// progress(i) is called before trace i.
+void ConvertRamacProfile(const RamacConversion& job, const std::function<void(int32_t)>& progress);
+
+}  // namespace vexmor
