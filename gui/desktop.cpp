@@ -90,7 +90,7 @@ void Desktop::Hidden(Form& form) {
     windows_.erase(it);
     return;
   }
-  if (session_.Find(form.Name()) == &form) {
+  if (!session_.Ended() && session_.Find(form.Name()) == &form) {
     window->hide();  // hidden, still loaded
     return;
   }
@@ -209,7 +209,8 @@ UserActions Desktop::Actions() {
   return a;
 }
 
-int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& err) {
+int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& err,
+                      const std::function<void(Desktop&)>& atEnd) {
   const auto write = [&out](const std::string& line) { out << line << '\n' << std::flush; };
   QtPlatform platform;
   platform.SetScripted(true);
@@ -229,11 +230,38 @@ int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& er
       err << e.what() << '\n';
       status = 2;
     }
+    if (atEnd) atEnd(desktop);
   }
   Settle();
   WaitForJobs();
   platform.SetSink({});
   return status;
+}
+
+namespace {
+
+int Grab(const Desktop& desktop, const std::string& panel, const std::string& file, std::ostream& err) {
+  PanelWindow* window = desktop.WindowOf(panel);
+  if (window == nullptr) {
+    err << "vexmor: the panel " << panel << " is not open\n";
+    return 1;
+  }
+  Settle();
+  if (!window->grab().save(QString::fromStdString(file), "PNG")) {
+    err << "vexmor: cannot write " << file << '\n';
+    return 1;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int SaveScreenshotAfter(std::string_view script, const std::string& panel, const std::string& file,
+                        std::ostream& out, std::ostream& err) {
+  int grabbed = 1;
+  const int status =
+      RunScriptOnScreen(script, out, err, [&](Desktop& desktop) { grabbed = Grab(desktop, panel, file, err); });
+  return status != 0 ? status : grabbed;
 }
 
 int SaveScreenshot(const std::string& panel, const std::string& file, std::ostream& err) {
@@ -252,14 +280,7 @@ int SaveScreenshot(const std::string& panel, const std::string& file, std::ostre
     session.Open(kMainPanel);
     if (panel != kMainPanel) session.Open(panel);
     Settle();
-    PanelWindow* window = desktop.WindowOf(panel);
-    if (window == nullptr) {
-      err << "vexmor: the panel " << panel << " did not stay open\n";
-      status = 1;
-    } else if (!window->grab().save(QString::fromStdString(file), "PNG")) {
-      err << "vexmor: cannot write " << file << '\n';
-      status = 1;
-    }
+    status = Grab(desktop, panel, file, err);
   }
   Settle();
   return status;

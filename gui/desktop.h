@@ -3,6 +3,7 @@
 // beside MainPanel and never modal; the user's closing a window unloads its
 // panel, and closing MainPanel ends the program.
 #include <QPointer>
+#include <functional>
 #include <iosfwd>
 #include <map>
 #include <string>
@@ -41,10 +42,16 @@ class Desktop {
 // `vexmor --script`: the panel script on the real windows, the transcript
 // on out, a script error as "line N: REASON" on err. 0 when the script ran
 // to its end, 2 on a script error.
-int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& err);
+// atEnd runs once the script is through, before the windows go.
+int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& err,
+                      const std::function<void(Desktop&)>& atEnd = {});
 
 // `vexmor --screenshot`: opens the system and the panel, saves its window.
 int SaveScreenshot(const std::string& panel, const std::string& file, std::ostream& err);
+// The same after a panel script has run (its transcript on out): the window
+// as the script left it.
+int SaveScreenshotAfter(std::string_view script, const std::string& panel, const std::string& file,
+                        std::ostream& out, std::ostream& err);
 
 // `vexmor`: MainPanel on screen until it closes.
 int RunDesktop();

@@ -20,7 +20,9 @@ constexpr const char* kUsage =
     "usage: vexmor                          MainPanel on screen\n"
     "       vexmor --script FILE            run a panel script on the windows (FILE or - for\n"
     "                                       standard input); the transcript goes to standard output\n"
-    "       vexmor --screenshot PANEL FILE  save the window of a panel as a PNG picture\n"
+    "       vexmor --screenshot PANEL FILE [SCRIPT]\n"
+    "                                       save the window of a panel as a PNG picture; with a\n"
+    "                                       panel script, as the script leaves it\n"
     "Without a screen, --script and --screenshot use Qt's offscreen platform.\n";
 
 bool HasScreen() {
@@ -48,7 +50,7 @@ std::optional<std::string> ReadScript(const std::string& file) {
 int main(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   const bool script = mode == "--script" && argc == 3;
-  const bool screenshot = mode == "--screenshot" && argc == 4;
+  const bool screenshot = mode == "--screenshot" && (argc == 4 || argc == 5);
   if (mode == "-h" || mode == "--help") {
     std::cout << kUsage;
     return 0;
@@ -67,12 +69,14 @@ int main(int argc, char** argv) {
   }
   std::optional<std::string> text;
   if (script && !(text = ReadScript(argv[2]))) return 2;
+  if (screenshot && argc == 5 && !(text = ReadScript(argv[4]))) return 2;
 
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Vexmor"));
   // Only MainPanel's closing ends the program, not that of the last window.
   QApplication::setQuitOnLastWindowClosed(false);
   if (script) return vexmor::RunScriptOnScreen(*text, std::cout, std::cerr);
+  if (screenshot && text) return vexmor::SaveScreenshotAfter(*text, argv[2], argv[3], std::cout, std::cerr);
   if (screenshot) return vexmor::SaveScreenshot(argv[2], argv[3], std::cerr);
   return vexmor::RunDesktop();
 }

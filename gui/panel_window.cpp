@@ -302,7 +302,9 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
     case ControlKind::Combo: return new QComboBox;
     case ControlKind::Grid: {
       auto* grid = new QTableWidget(1, 0);
+      // One row of plain cells, as the panels fill them.
       grid->verticalHeader()->hide();
+      grid->horizontalHeader()->hide();
       grid->setEditTriggers(QAbstractItemView::NoEditTriggers);
       grid->setSelectionMode(QAbstractItemView::NoSelection);
       grid->horizontalHeader()->setStretchLastSection(true);
@@ -645,9 +647,10 @@ void PanelWindow::Refresh(Bound& b) {
         }
       }
       if (auto twips = FindLayoutHint(form_->Name(), c.Name(), "cell0twips")) {
-        grid->setMinimumWidth(std::atoi(std::string(*twips).c_str()) / 15 + 2 * grid->frameWidth() + 60);
+        // Room for the folder and a few names beside it.
+        grid->setMinimumWidth(std::atoi(std::string(*twips).c_str()) / 15 + 2 * grid->frameWidth() + 280);
       }
-      const int height = grid->horizontalHeader()->sizeHint().height() + grid->verticalHeader()->defaultSectionSize() +
+      const int height = grid->verticalHeader()->defaultSectionSize() +
                          grid->horizontalScrollBar()->sizeHint().height() + 2 * grid->frameWidth();
       grid->setFixedHeight(height);
       break;

@@ -36,6 +36,7 @@ std::vector<std::string> SplitScriptWords(std::string_view line) {
           case 'r': word += '\r'; break;
           case 'n': word += '\n'; break;
           case 't': word += '\t'; break;
+          case 'b': word += '\b'; break;
           default: throw std::invalid_argument("unknown escape in quoted word");
         }
       }
@@ -275,9 +276,11 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
   } else if (command == "key") {
     need(2);
     Control& c = ControlOf(n, w[1]);
-    if (w[2].size() != 1) throw ScriptError(n, "key takes one character");
+    // Backspace is written \b, bare or quoted.
+    const bool backspace = w[2] == "\\b" || w[2] == "\b";
+    if (w[2].size() != 1 && !backspace) throw ScriptError(n, "key takes one character");
     if (!c.Visible() || !c.Enabled()) return;
-    Key(c, static_cast<unsigned char>(w[2][0]));
+    Key(c, backspace ? 8 : static_cast<unsigned char>(w[2][0]));
   } else if (command == "click") {
     need(1);
     Control& c = ControlOf(n, w[1]);

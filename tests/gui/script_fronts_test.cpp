@@ -113,6 +113,28 @@ TEST(ScriptFronts, MainPanelOptionsButtonsAndClosing) {
   EXPECT_NE(cli.out.find("title=\"Norvane File converter\" -> 2\n"), std::string::npos) << cli.out;
 }
 
+TEST(ScriptFronts, KeyFiltersLetTheSameKeysThrough) {
+  Folder dir;
+  WriteAll(dir / "script.txt",
+           "open es1225\n"
+           "show Text3\n"
+           "key Text3 7\n"
+           "key Text3 a\n"
+           "key Text3 \\b\n"
+           "key Text3 9\n"
+           "show Text3\n"
+           "set Text4 12\n"
+           "key Text4 x\n"
+           "key Text4 5\n"
+           "show Text4\n");
+  const FrontRun cli = Cli(dir);
+  const FrontRun gui = Gui(dir);
+  ExpectSameRun(cli, gui);
+  EXPECT_EQ(cli.status, 0) << cli.err;
+  EXPECT_NE(cli.out.find("beep\n"), std::string::npos) << cli.out;
+  EXPECT_NE(cli.out.find("Text4 = \"125\"\n"), std::string::npos) << cli.out;
+}
+
 TEST(ScriptFronts, ScriptErrorsStopAtTheSameLine) {
   Folder dir;
   WriteAll(dir / "script.txt", "open MainPanel\nclick Check1\nclick NoSuchControl\nclick Check1\nshow Check1\n");

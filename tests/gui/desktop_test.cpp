@@ -1,0 +1,93 @@
+// The desktop front: windows come and go with their panels, open beside
+// MainPanel, and MainPanel's window takes the program with it.
+#include "desktop.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <sstream>
+
+namespace vexmor {
+namespace {
+
+class DesktopTest : public testing::Test {
+ protected:
+  DesktopTest() : session(platform, state), desktop(session, true, [this](const std::string& l) { lines.push_back(l); }) {
+    platform.SetScripted(true);
+  }
+  QtPlatform platform;
+  SharedState state;
+  Session session;
+  std::vector<std::string> lines;
+  Desktop desktop;
+};
+
+TEST_F(DesktopTest, PanelsOpenBesideMainPanelAndCloseByTheirWindow) {
+  session.Open("MainPanel");
+  PanelWindow* main = desktop.WindowOf("MainPanel");
+  ASSERT_NE(main, nullptr);
+  EXPECT_TRUE(main->isVisible());
+  EXPECT_EQ(main->windowTitle(), "Norvane Seismic file conversion");
+
+  // A click on the option's radio button dispatches, as on screen.
+  qobject_cast<QRadioButton*>(main->WidgetOf("Option7"))->click();
+  PanelWindow* sis = desktop.WindowOf("sisforme");
+  ASSERT_NE(sis, nullptr);
+  EXPECT_TRUE(sis->isVisible());
+  EXPECT_GT(sis->x(), main->frameGeometry().right());
+  EXPECT_FALSE(sis->isModal());
+  EXPECT_TRUE(main->isEnabled());
+
+  sis->close();  // the user closes it: the panel is unloaded
+  EXPECT_EQ(session.Find("sisforme"), nullptr);
+  EXPECT_EQ(desktop.WindowOf("sisforme"), nullptr);
+  EXPECT_FALSE(session.Ended());
+  EXPECT_EQ(lines, (std::vector<std::string>{"opened MainPanel", "opened sisforme", "closed sisforme"}));
+}
+
+TEST_F(DesktopTest, ClosingMainPanelsWindowEndsEverything) {
+  session.Open("MainPanel");
+  session.Open("sisforme");
+  int ended = 0;
+  session.onEnded = [&] { ++ended; };
+  desktop.WindowOf("MainPanel")->close();
+  EXPECT_TRUE(session.Ended());
+  EXPECT_EQ(ended, 1);
+  EXPECT_EQ(desktop.WindowOf("MainPanel"), nullptr);
+  EXPECT_EQ(desktop.WindowOf("sisforme"), nullptr);
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  for (QWidget* top : QApplication::topLevelWidgets()) {
+    EXPECT_EQ(dynamic_cast<PanelWindow*>(top), nullptr);
+  }
+}
+
+TEST_F(DesktopTest, HiddenPanelKeepsItsWindowAndValues) {
+  session.Open("MainPanel");
+  session.Open("sisforme");
+  auto* text3 = qobject_cast<QLineEdit*>(desktop.WindowOf("sisforme")->WidgetOf("Text3"));
+  ASSERT_NE(text3, nullptr);
+  text3->setText("12");
+  session.Hide("sisforme");
+  EXPECT_FALSE(desktop.WindowOf("sisforme")->isVisible());
+  session.Open("sisforme");
+  EXPECT_TRUE(desktop.WindowOf("sisforme")->isVisible());
+  EXPECT_EQ(session.Find("sisforme")->operator[]("Text3").Text(), "12");
+}
+
+TEST(DesktopScript, InProcessRunGivesTheHeadlessTranscript) {
+  const std::string script =
+      "open MainPanel\nclick Check1\nshow Check1\nclick Option7\nuse sisforme\nset Text4 512\nshow Text4\n"
+      "show sisforme.caption\n";
+  std::ostringstream gui, guiErr, cli, cliErr;
+  EXPECT_EQ(RunScriptOnScreen(script, gui, guiErr), 0) << guiErr.str();
+  EXPECT_EQ(RunScriptHeadless(script, cli, cliErr), 0) << cliErr.str();
+  EXPECT_EQ(gui.str(), cli.str());
+  EXPECT_NE(gui.str().find("Text4 = \"512\""), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vexmor
