@@ -370,5 +370,36 @@ TEST(SuTraceWriter, WordsCostNoSystemCallEachAndIndexesAreChecked) {
   EXPECT_THROW(writer.Seek(32767), RunTimeFailure);         // past 2^31 bytes
 }
 
+TEST(SamplesToFloat, EveryTypeInBlocksAndTail) {
+  // 19 samples: two blocks of eight and a tail of three.
+  Bytes raw16, raw32, rawF;
+  std::vector<float> want16, want32;
+  std::vector<uint32_t> wantF;
+  for (int j = 0; j < 19; ++j) {
+    const int16_t a = static_cast<int16_t>(j % 2 ? -32768 + j * 911 : 32767 - j * 1733);
+    const int32_t b = j % 3 ? (1 << 30) + 2 * j + 1 : -16777217 * (j + 1);
+    const uint32_t c = j == 4 ? 0xFFC12345u : Bits(1.0f / static_cast<float>(j + 1));
+    uint8_t bytes[4];
+    PutLE16(bytes, a);
+    raw16.insert(raw16.end(), bytes, bytes + 2);
+    PutLE32(bytes, b);
+    raw32.insert(raw32.end(), bytes, bytes + 4);
+    PutLE32(bytes, static_cast<int32_t>(c));
+    rawF.insert(rawF.end(), bytes, bytes + 4);
+    want16.push_back(static_cast<float>(a));
+    want32.push_back(static_cast<float>(b));
+    wantF.push_back(c);
+  }
+  std::vector<float> out(19);
+  SamplesToFloat(raw16.data(), SampleType::Int16, out);
+  EXPECT_EQ(out, want16);
+  SamplesToFloat(raw32.data(), SampleType::Int32, out);
+  EXPECT_EQ(out, want32);
+  SamplesToFloat(rawF.data(), SampleType::Float32, out);
+  for (size_t j = 0; j < out.size(); ++j) EXPECT_EQ(Bits(out[j]), wantF[j]) << j;
+  SamplesToFloat(nullptr, SampleType::None, out);
+  EXPECT_EQ(out, std::vector<float>(19, 0.0f));
+}
+
 }  // namespace
 }  // namespace vexmor

@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Times the generic importer against cp on the same bytes: 99 records of 24
+# traces of 8000 int32 samples behind a 2048-byte header (about 76 MB in).
+#
+#   bench/sisforme/run.sh [BIN_DIR] [ROUNDS]
+#
+# BIN_DIR holds vexmor-cli (default: build/bin). Each round copies the
+# records with cp, then converts them into one SU file with a panel script;
+# the best time of each is printed, with their ratio.
+set -euo pipefail
+top=$(cd "$(dirname "$0")/../.." && pwd)
+bin=${1:-$top/build/bin}
+rounds=${2:-3}
+cli="$bin/vexmor-cli"
+[ -x "$cli" ] || { echo "no vexmor-cli in $bin (build first)" >&2; exit 2; }
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/vexmor-bench-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+mkdir "$work/in" "$work/copy"
+
+bytes=$((2048 + 24 * 8000 * 4))
+names=""
+for k in $(seq -w 1 99); do
+  head -c "$bytes" /dev/urandom > "$work/in/R$k.DAT"
+  names="$names R$k.DAT"
+done
+
+cat > "$work/convert.txt" <<SCRIPT
+open sisforme
+answer dialog "$work/in$names"
+click Command5
+set Text3 24
+set Text4 8000
+set Text5 250
+set Text7 2048
+set Text8 0
+click Option2
+set Text2 $work/out.su
+click Command1
+SCRIPT
+
+now() { date +%s.%N; }
+calc() { awk "BEGIN { print ($1) }"; }
+best_cp=""
+best_su=""
+for round in $(seq 1 "$rounds"); do
+  rm -f "$work"/copy/* "$work/out.su"
+  sync
+  t0=$(now); cp "$work"/in/*.DAT "$work/copy/"; t1=$(now)
+  t2=$(now); "$cli" run "$work/convert.txt" > "$work/transcript.txt"; t3=$(now)
+  grep -q '"OK, Conversion done"' "$work/transcript.txt" || { cat "$work/transcript.txt" >&2; exit 1; }
+  cp_s=$(calc "$t1 - $t0")
+  su_s=$(calc "$t3 - $t2")
+  printf 'round %d: cp %.3f s, sisforme %.3f s\n' "$round" "$cp_s" "$su_s"
+  if [ -z "$best_cp" ] || [ "$(calc "$cp_s < $best_cp")" = 1 ]; then best_cp=$cp_s; fi
+  if [ -z "$best_su" ] || [ "$(calc "$su_s < $best_su")" = 1 ]; then best_su=$su_s; fi
+done
+
+in_mb=$(calc "99 * $bytes / 1000000")
+out_bytes=$(stat -c %s "$work/out.su")
+[ "$out_bytes" -eq $((99 * 24 * (240 + 4 * 8000))) ] || { echo "output has $out_bytes bytes" >&2; exit 1; }
+printf 'input %.1f MB in 99 files, output %.1f MB\n' "$in_mb" "$(calc "$out_bytes / 1000000")"
+printf 'best of %d: cp %.3f s, sisforme %.3f s, ratio %.2f\n' "$rounds" "$best_cp" "$best_su" \
+  "$(calc "$best_su / $best_cp")"
