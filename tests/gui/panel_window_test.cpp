@@ -14,10 +14,14 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QAction>
+#include <QImage>
+#include <QTabBar>
 #include <QTableWidget>
 #include <QTest>
 #include <QTextEdit>
 #include <QTimer>
+#include <cmath>
 #include <map>
 
 #include "core/text.h"
@@ -117,7 +121,9 @@ TEST_F(PanelWindowTest, EveryCaptionAndToolTipOfTheTableIsOnScreen) {
     } else if (auto* l = qobject_cast<QLabel*>(w)) {
       shown = l->text();
     }
-    if (!spec.caption.empty()) EXPECT_EQ(shown.toStdString(), spec.caption) << spec.name;
+    if (!spec.caption.empty()) {
+      EXPECT_EQ(shown.toStdString(), spec.caption) << spec.name;
+    }
   }
   // A label with a value shows the value, its caption beside it.
   EXPECT_EQ(Widget<QLabel>("Label8")->text(), " ");
@@ -310,6 +316,69 @@ TEST(PanelWindowClose, TheUserClosingTheWindowIsReported) {
   window.show();
   window.close();
   EXPECT_EQ(closed, 1);
+}
+
+// The kinds that the editor, the explorer and the test display use.
+constexpr ControlSpec kMoreControls[] = {
+    {"mnuFile", Menu, "&File"},
+    {"mnuOpen", MenuEntry, "Open...", "", "", "mnuFile"},
+    {"mnuQuit", MenuEntry, "Quit", "", "", "mnuFile", kHidden},
+    {"Toolbar1", Toolbar},
+    {"SSTab1", Tabs, "Files|Headers"},
+    {"Picture1", Drawing},
+};
+
+TEST(PanelWindowMore, MenusToolBarsTabsAndDrawings) {
+  QtPlatform platform;
+  SharedState state;
+  Session session(platform, state);
+  Form form(session, "More", "More", kMoreControls);
+  std::vector<std::string> events;
+  form.On("mnuOpen", "Click", [&](EventArgs&) { events.push_back("open"); });
+  form.On("Toolbar1", "ButtonClick", [&](EventArgs& a) { events.push_back("button " + a.itemKey); });
+  form.On("SSTab1", "Click", [&](EventArgs&) { events.push_back("tab"); });
+  form.On("Picture1", "MouseMove", [&](EventArgs& a) {
+    events.push_back("move " + std::to_string(static_cast<int>(std::lround(a.x))) + " " +
+                     std::to_string(static_cast<int>(std::lround(a.y))));
+  });
+  form["Toolbar1"].AddItem("Save");
+  form["Toolbar1"].AddItem("Find");
+  PanelWindow window(form, true);
+  window.show();
+
+  ASSERT_NE(window.ActionOf("mnuOpen"), nullptr);
+  EXPECT_EQ(window.ActionOf("mnuOpen")->text(), "Open...");
+  EXPECT_FALSE(window.ActionOf("mnuQuit")->isVisible());
+  window.ActionOf("mnuOpen")->trigger();
+
+  ASSERT_NE(window.ActionOf("Toolbar1", "Find"), nullptr);
+  window.ActionOf("Toolbar1", "Find")->trigger();
+
+  auto* tabs = qobject_cast<QTabBar*>(window.WidgetOf("SSTab1"));
+  ASSERT_NE(tabs, nullptr);
+  ASSERT_EQ(tabs->count(), 2);
+  EXPECT_EQ(tabs->tabText(1), "Headers");
+  tabs->setCurrentIndex(1);
+  EXPECT_EQ(form["SSTab1"].Tab(), 1);
+
+  // A square of 100 units drawn over the whole surface: the middle of the
+  // widget is (50, 50) in the figure's units.
+  form["Picture1"].AddFigure(Figure{false, {{0, 0}, {100, 0}, {100, 100}, {0, 100}}});
+  QWidget* surface = window.WidgetOf("Picture1");
+  ASSERT_NE(surface, nullptr);
+  QTest::mouseMove(surface, QPoint(surface->width() / 2, surface->height() / 2));
+  const QImage drawn = surface->grab().toImage();
+  EXPECT_EQ(events.front(), "open");
+  EXPECT_EQ(events.at(1), "button Find");
+  EXPECT_EQ(events.at(2), "tab");
+  ASSERT_GE(events.size(), 4u);
+  EXPECT_EQ(events.at(3), "move 50 50");
+  // Something black is drawn on the white surface.
+  bool ink = false;
+  for (int y = 0; y < drawn.height() && !ink; ++y) {
+    for (int x = 0; x < drawn.width() && !ink; ++x) ink = qGray(drawn.pixel(x, y)) < 100;
+  }
+  EXPECT_TRUE(ink);
 }
 
 }  // namespace
