@@ -296,6 +296,7 @@ int RunDesktop() {
   if (session.Ended()) return 0;
   const int status = QApplication::exec();
   session.onEnded = nullptr;
+  Settle();  // the windows closed with MainPanel
   return status;
 }
 

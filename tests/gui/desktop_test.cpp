@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTimer>
 #include <sstream>
 
 namespace vexmor {
@@ -76,6 +77,43 @@ TEST_F(DesktopTest, HiddenPanelKeepsItsWindowAndValues) {
   session.Open("sisforme");
   EXPECT_TRUE(desktop.WindowOf("sisforme")->isVisible());
   EXPECT_EQ(session.Find("sisforme")->operator[]("Text3").Text(), "12");
+}
+
+// The program's own loop: MainPanel comes up, and its Quit, or closing its
+// window, ends the loop with all windows.
+PanelWindow* MainWindowOnScreen() {
+  for (QWidget* top : QApplication::topLevelWidgets()) {
+    auto* w = dynamic_cast<PanelWindow*>(top);
+    if (w != nullptr && w->isVisible() && !w->Detached() && w->GetForm().Name() == "MainPanel") return w;
+  }
+  return nullptr;
+}
+
+TEST(DesktopLoop, QuitOrClosingMainPanelEndsTheProgram) {
+  for (const bool byQuit : {true, false}) {
+    bool timedOut = false;
+    QTimer watchdog;
+    watchdog.setSingleShot(true);
+    QObject::connect(&watchdog, &QTimer::timeout, [&] {
+      timedOut = true;
+      QCoreApplication::quit();
+    });
+    watchdog.start(10000);
+    QTimer::singleShot(50, [byQuit] {
+      PanelWindow* main = MainWindowOnScreen();
+      ASSERT_NE(main, nullptr);
+      qobject_cast<QRadioButton*>(main->WidgetOf("Option7"))->click();  // a panel beside it
+      if (byQuit) {
+        qobject_cast<QPushButton*>(main->WidgetOf("Command2"))->click();
+      } else {
+        main->close();
+      }
+    });
+    EXPECT_EQ(RunDesktop(), 0);
+    EXPECT_FALSE(timedOut) << (byQuit ? "Quit" : "closing the window") << " did not end the program";
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    for (QWidget* top : QApplication::topLevelWidgets()) EXPECT_EQ(dynamic_cast<PanelWindow*>(top), nullptr);
+  }
 }
 
 TEST(DesktopScript, InProcessRunGivesTheHeadlessTranscript) {
