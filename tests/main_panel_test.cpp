@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -94,6 +95,16 @@ TEST(MainPanelLance, TheLaterStepSetsConvertMode) {
             "opened MainPanel\nopened Convert\nstate.ConvertMode = \"KGSI2SU\"\n"
             "state.ConvertMode = \"SU2KGS\"\nstate.ConvertMode = \"SEGD2SU\"\n"
             "opened SEGY\nstate.ConvertMode = \"SU2KGS\"\n");
+}
+
+TEST(MainPanelLance, ExportsRunInPlaceBehindTheEarlierSteps) {
+  // Option3 (step 4) opens Convert before Option8 (step 9) runs its export.
+  const PanelRun r = RunRecorded("open MainPanel\nclick Option3\nclose Convert\nclick Option8\n"
+                                 "show state.ConvertMode\n");
+  const std::string after = r.out.substr(r.out.find("closed Convert\n") + 15);
+  EXPECT_EQ(after.substr(0, 15), "opened Convert\n") << r.out;
+  EXPECT_GT(std::count(after.begin(), after.end(), '\n'), 2) << "the export said nothing: " << r.out;
+  EXPECT_EQ(after.substr(after.size() - 31), "state.ConvertMode = \"KGSI2SU\"\n");
 }
 
 TEST(MainPanelLance, CommandPrefixFollowsCheck1) {
