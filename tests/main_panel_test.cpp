@@ -104,7 +104,9 @@ TEST(MainPanelLance, ExportsRunInPlaceBehindTheEarlierSteps) {
   const std::string after = r.out.substr(r.out.find("closed Convert\n") + 15);
   EXPECT_EQ(after.substr(0, 15), "opened Convert\n") << r.out;
   EXPECT_GT(std::count(after.begin(), after.end(), '\n'), 2) << "the export said nothing: " << r.out;
-  EXPECT_EQ(after.substr(after.size() - 31), "state.ConvertMode = \"KGSI2SU\"\n");
+  const std::string mode = "state.ConvertMode = \"KGSI2SU\"\n";
+  ASSERT_GT(after.size(), mode.size());
+  EXPECT_EQ(after.substr(after.size() - mode.size()), mode);
 }
 
 TEST(MainPanelLance, CommandPrefixFollowsCheck1) {
