@@ -250,8 +250,22 @@ void PanelWindow::Build() {
     Connect(b);
     InstallFilters(b);
     Refresh(b);
-    b.control->SetViewHook([this, index = static_cast<size_t>(&b - bound_.data())](Control&) {
-      if (form_ != nullptr) Refresh(bound_[index]);
+    b.control->SetViewHook([this, index = static_cast<size_t>(&b - bound_.data())](Control& c) {
+      if (form_ == nullptr) return;
+      // Lists and grids are filled line by line (up to 900 files): they
+      // are redrawn once, when the operation lets the screen run.
+      const bool many = c.Kind() == ControlKind::Grid || c.Kind() == ControlKind::List ||
+                        c.Kind() == ControlKind::Combo;
+      if (!many) {
+        Refresh(bound_[index]);
+        return;
+      }
+      if (bound_[index].pending) return;
+      bound_[index].pending = true;
+      QTimer::singleShot(0, this, [this, index] {
+        bound_[index].pending = false;
+        if (form_ != nullptr) Refresh(bound_[index]);
+      });
     });
   }
   root_->body->addStretch(1);

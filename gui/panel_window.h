@@ -58,6 +58,7 @@ class PanelWindow : public QWidget {
     QAction* action = nullptr;    // menu entry
     QToolBar* toolbar = nullptr;
     QTimer* timer = nullptr;
+    bool pending = false;         // a redraw is on its way
   };
   struct Container;
 

@@ -9,6 +9,8 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QElapsedTimer>
+#include <QTableWidget>
 #include <QTimer>
 #include <sstream>
 
@@ -114,6 +116,31 @@ TEST(DesktopLoop, QuitOrClosingMainPanelEndsTheProgram) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     for (QWidget* top : QApplication::topLevelWidgets()) EXPECT_EQ(dynamic_cast<PanelWindow*>(top), nullptr);
   }
+}
+
+TEST(DesktopScript, NineHundredFilesFillTheGridAtOnce) {
+  std::string answer = "/tmp/line";
+  for (int i = 1; i <= 899; ++i) answer += " F" + std::to_string(i) + ".DAT";
+  const std::string script = "open MainPanel\nclick Option7\nuse sisforme\nanswer dialog \"" + answer +
+                             "\"\nclick Command5\nshow Text6\n";
+  std::ostringstream out, err;
+  int columns = 0;
+  QString last;
+  QElapsedTimer clock;
+  clock.start();
+  EXPECT_EQ(RunScriptOnScreen(script, out, err,
+                              [&](Desktop& desktop) {
+                                auto* grid = qobject_cast<QTableWidget*>(
+                                    desktop.WindowOf("sisforme")->WidgetOf("Grid1"));
+                                columns = grid->columnCount();
+                                last = grid->item(0, columns - 1)->text();
+                              }),
+            0)
+      << err.str();
+  EXPECT_LT(clock.elapsed(), 5000);  // cell by cell redrawing took many seconds
+  EXPECT_EQ(columns, 900);
+  EXPECT_EQ(last, "F899.DAT");
+  EXPECT_NE(out.str().find("Text6 = \"899\""), std::string::npos);
 }
 
 TEST(DesktopScript, InProcessRunGivesTheHeadlessTranscript) {

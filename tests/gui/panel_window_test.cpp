@@ -15,6 +15,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QAction>
+#include <QCoreApplication>
 #include <QImage>
 #include <QTabBar>
 #include <QTableWidget>
@@ -231,15 +232,19 @@ TEST_F(PanelWindowTest, ButtonsCheckBoxesListsAndDoubleClicks) {
   C("List1").AddItem("/data/a.abm");
   C("List1").AddItem("/data/b.abm");
   auto* list = Widget<QListWidget>("List1");
+  EXPECT_EQ(list->count(), 0);  // drawn once the operation is through
+  QCoreApplication::processEvents();
   ASSERT_EQ(list->count(), 2);
   list->setCurrentRow(1);
   EXPECT_EQ(C("List1").ListIndex(), 1);
   EXPECT_EQ(panel.counts["List1.Click"], 1);
   C("List1").ClearItems();
+  QCoreApplication::processEvents();
   EXPECT_EQ(list->count(), 0);
 
   C("Combo1").AddItem("100 ms");
   C("Combo1").AddItem("250 ms");
+  QCoreApplication::processEvents();
   Widget<QComboBox>("Combo1")->setCurrentIndex(1);
   EXPECT_EQ(C("Combo1").Text(), "250 ms");
   EXPECT_EQ(panel.counts["Combo1.Click"], 1);
@@ -253,6 +258,7 @@ TEST_F(PanelWindowTest, GridRichTextAndProgressFollowTheirControls) {
   C("Grid1").SetCell(0, "/tmp/rec");
   C("Grid1").SetCell(2, "LINE2.DAT");
   auto* grid = Widget<QTableWidget>("Grid1");
+  QCoreApplication::processEvents();
   ASSERT_EQ(grid->columnCount(), 3);
   EXPECT_EQ(grid->item(0, 0)->text(), "/tmp/rec");
   EXPECT_EQ(grid->item(0, 2)->text(), "LINE2.DAT");
