@@ -1,12 +1,19 @@
 #include "seg2_format.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
+#include <memory>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
 #include "core/binary_file.h"
+#include "core/paths.h"
 
 namespace vexmor {
 
@@ -169,6 +176,34 @@ ByteSource ByteSource::FromFile(BinaryFile& file) {
   ByteSource s;
   s.size = file.Size();
   s.read = [&file](int64_t offset, void* out, size_t n) { file.Read(offset, out, n); };
+  return s;
+}
+
+ByteSource ByteSource::FromPath(const std::string& path) {
+  const int fd = ::open(ResolveExisting(path).c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat st {};
+  if (fd < 0 || ::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    const std::string why = fd < 0 ? std::strerror(errno) : "not a plain file";
+    if (fd >= 0) ::close(fd);
+    throw Seg2Error(path + ": cannot be read (" + why + ")");
+  }
+  auto owner = std::shared_ptr<int>(new int(fd), [](int* p) {
+    ::close(*p);
+    delete p;
+  });
+  ByteSource s;
+  s.size = st.st_size;
+  s.read = [owner, path](int64_t offset, void* out, size_t n) {
+    auto* p = static_cast<uint8_t*>(out);
+    while (n > 0) {
+      const ssize_t got = ::pread(*owner, p, n, offset);
+      if (got < 0 && errno == EINTR) continue;
+      if (got <= 0) throw Seg2Error(path + ": read failed (" + std::string(got < 0 ? std::strerror(errno) : "file shrank") + ")");
+      p += got;
+      offset += got;
+      n -= static_cast<size_t>(got);
+    }
+  };
   return s;
 }
 

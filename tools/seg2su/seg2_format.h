@@ -55,6 +55,10 @@ struct ByteSource {
 
   static ByteSource FromMemory(std::span<const uint8_t> bytes);
   static ByteSource FromFile(BinaryFile& file);
+  // Reads straight from the file, only the bytes asked for: the check of a
+  // long list of records costs a few small reads a file. Throws Seg2Error
+  // when the file can't be opened.
+  static ByteSource FromPath(const std::string& path);
 };
 
 struct Seg2String {

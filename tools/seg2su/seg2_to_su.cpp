@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -315,8 +316,7 @@ struct Input {
 
 void CheckInput(Input& in, Seg2SuReport& report) {
   try {
-    BinaryFile f(in.path, BinaryFile::Mode::Read);
-    in.file = ReadSeg2(ByteSource::FromFile(f), in.path);
+    in.file = ReadSeg2(ByteSource::FromPath(in.path), in.path);
     in.ok = true;
   } catch (const Seg2Error& e) {
     report.messages.push_back(e.what());
@@ -352,7 +352,7 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
     const Seg2TracePlace place{outputTrace + static_cast<int32_t>(t), in.place, static_cast<int32_t>(t + 1)};
     const SuHeader h = Seg2TraceHeader(file, trace, place, ns, notes);
     std::memcpy(record.data(), h.Data(), kSuHeaderBytes);
-    std::fill(decoded.begin(), decoded.end(), 0.0f);
+    std::fill(decoded.begin() + trace.samples, decoded.end(), 0.0f);
     DecodeSeg2Samples(bytes.data() + trace.dataOffset, trace.format, file.bigEndian, trace.samples, decoded.data());
     double factor = 1;
     if (options.descale && FirstNumber(trace.Find("DESCALING_FACTOR"), factor)) {
@@ -363,7 +363,11 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
                       std::to_string(ns));
     }
     // SU samples are little-endian floats.
-    for (size_t k = 0; k < decoded.size(); ++k) PutLEFloat(samples + 4 * k, decoded[k]);
+    if constexpr (std::endian::native == std::endian::little) {
+      std::memcpy(samples, decoded.data(), 4 * decoded.size());
+    } else {
+      for (size_t k = 0; k < decoded.size(); ++k) PutLEFloat(samples + 4 * k, decoded[k]);
+    }
     write(record.data(), record.size());
   }
   outputTrace += static_cast<int32_t>(file.traces.size());
