@@ -94,9 +94,8 @@ Sisforme::Sisforme(Session& s)
 }
 
 void Sisforme::Form_Load() {
-  // Cell 0 of Grid1 is made wide enough for a folder (5555 twips); the
-  // desktop front sizes its columns by their text, so there is nothing to
-  // set here.
+  // Cell 0 of Grid1 is 5555 twips wide, enough for a folder: a matter of
+  // layout, which the desktop front takes from its layout hints.
 }
 
 void Sisforme::Select_i() {
