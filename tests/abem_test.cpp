@@ -293,5 +293,23 @@ TEST(BundledSamples, AbemShotsConvert) {
   }
 }
 
+TEST(AbemRobustness, BrokenFilesAndOddValues) {
+  TempDir dir;
+  test::WriteBytes(dir / "EMPTY.ABM", {});
+  test::WriteBytes(dir / "TINY.ABM", std::vector<uint8_t>(100, 0x0D));
+  WriteRecord(dir, "NEG.ABM", 1, "-250", "-5", 2, 3);
+  WriteRecord(dir, "HUGE.ABM", 1, "99999999", "99999", 2, 3);
+  WriteRecord(dir, "ZERO.ABM", 1, "250", "0", 2, 3);
+  const std::vector<std::string> settings = {"", "set Text4 abc\n", "set Text3 -2\n", "set Text6 -1\n",
+                                             "set Text6 0\n", "set Text4 32767\nset Text3 1\n", "set Text2 \"\"\n"};
+  for (const std::string name : {"EMPTY.ABM", "TINY.ABM", "NEG.ABM", "HUGE.ABM", "ZERO.ABM", "NOFILE.ABM"}) {
+    for (const std::string& setting : settings) {
+      const std::string out = RunPanelScript(Opening() + "answer dialog " + Q(dir / name) + "\nclick Command4\n" +
+                                             "set Text2 " + Q(dir / "OUT.SU") + "\n" + setting + "click Command1\n");
+      test::ExpectNoEscapedFailure(out);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vexmor

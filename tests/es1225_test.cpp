@@ -184,5 +184,20 @@ TEST(BundledSamples, Es1225RecordsConvert) {
   for (size_t j = 0; j < 1000; ++j) EXPECT_EQ(su.Sample(12, j), GetLE16(raw.data() + start + 2 * j)) << j;
 }
 
+TEST(Es1225Robustness, BrokenFilesAndOddValues) {
+  TempDir dir;
+  test::WriteBytes(dir / "EMPTY.DAT", {});
+  test::WriteBytes(dir / "R1.DAT", BuildEs1225Record(Traces(1, 12, 1000), 47));
+  const std::vector<std::string> settings = {"set Text4 0\n", "set Text4 40000\n", "set Text4 99999999999\n",
+                                             "set Text5 0\n", "set Text5 99999\n", "set Text5 120\n",
+                                             "set Text2 \"\"\n", "set Text4 1\n"};
+  for (const std::string names : {"EMPTY.DAT R1.DAT", "R1.DAT EMPTY.DAT", "R1.DAT"}) {
+    for (const std::string& setting : settings) {
+      const std::string out = RunPanelScript(Selecting(dir, names) + setting + "click Command1\n");
+      test::ExpectNoEscapedFailure(out);
+    }
+  }
+}
+
 }  // namespace
 }  // namespace vexmor

@@ -66,5 +66,15 @@ TEST(BundledSamples, McSeis3Records) {
   EXPECT_NE(out.find("Text5 = \"100\"\n"), std::string::npos) << out;
 }
 
+TEST(HandyViewerRobustness, FoldersEmptyFilesAndBlanks) {
+  TempDir dir;
+  test::WriteBytes(dir / "EMPTY.DAT", {});
+  for (const std::string& answer : std::vector<std::string>{dir.Str(), dir / "EMPTY.DAT", dir.Str() + " ", " ", dir.Str() + "  EMPTY.DAT"}) {
+    const std::string out = RunPanelScript("open HandyViewer\nanswer dialog " + Q(answer) + "\nclick Command5\nshow Text5\n");
+    test::ExpectNoEscapedFailure(out);
+    EXPECT_NE(out.find("Text5 = \"50\"\n"), std::string::npos) << out;
+  }
+}
+
 }  // namespace
 }  // namespace vexmor

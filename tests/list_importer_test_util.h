@@ -68,3 +68,14 @@ void ExpectSamples(const SuOutput& out, size_t i, const std::vector<T>& expected
 }
 
 }  // namespace vexmor::test
+
+namespace vexmor::test {
+
+// No failure may escape an operation of these panels: each reports its own
+// or passes over the step.
+inline void ExpectNoEscapedFailure(const std::string& transcript) {
+  EXPECT_EQ(transcript.find("Run-time error"), std::string::npos) << transcript;
+  EXPECT_EQ(transcript.find("Unexpected error"), std::string::npos) << transcript;
+}
+
+}  // namespace vexmor::test

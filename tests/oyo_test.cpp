@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "core/binary_file.h"
 #include "importers/seismograph/oyo_format.h"
 #include "list_importer_test_util.h"
@@ -205,6 +207,24 @@ TEST(BundledSamples, OyoRecordsConvert) {
   EXPECT_EQ(su.Word(35, "sx"), 1030);
   const auto raw = test::ReadBytes(folder + "/105.ORG");
   for (size_t j = 0; j < 512; ++j) EXPECT_EQ(su.Sample(35, j), static_cast<float>(GetLE32(raw.data() + 6144 + 11 * 2048 + 4 * j))) << j;
+}
+
+TEST(OyoRobustness, BrokenFilesAndOddValues) {
+  TempDir dir;
+  test::WriteBytes(dir / "EMPTY.ORG", {});
+  test::WriteBytes(dir / "A.ORG", BuildOyoRecord(Record("1", 1, 2, 3)));
+  const std::vector<std::string> settings = {"set Text4 -5\n", "set Text4 0\n", "set Text4 99999999\n",
+                                             "set Text4 40000\n", "set Text3 -1\n", "set Text3 70000\n",
+                                             "set Text5 300\n", "set Text6 abc\n", "set Text2 \"\"\n",
+                                             "set Text4 2000000000\nset Text3 30000\n"};
+  for (const std::string names : {"EMPTY.ORG A.ORG", "A.ORG EMPTY.ORG", "GONE.ORG"}) {
+    for (const std::string& setting : settings) {
+      std::filesystem::remove(dir / "oyo.su");
+      const std::string out = RunPanelScript(Opening() + "answer dialog " + Q(dir.Str() + " " + names) +
+                                             "\nclick Command3\n" + setting + "click Command1\n");
+      test::ExpectNoEscapedFailure(out);
+    }
+  }
 }
 
 }  // namespace
