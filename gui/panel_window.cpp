@@ -569,6 +569,8 @@ void PanelWindow::Refresh(Bound& b) {
     b.beside->setToolTip(Q(c.ToolTip()));
     b.beside->setEnabled(c.Enabled());
   }
+  // Qt lays a widget out as it is shown, so a progress bar shown in the
+  // middle of a conversion has its place before the screen's loop runs.
   if (b.rows != nullptr) {
     b.rows->setRowVisible(b.rowWidget != nullptr ? b.rowWidget : w, c.Visible());
   } else {

@@ -55,7 +55,7 @@ constexpr ControlSpec kTestControls[] = {
     {"Combo1", Combo, "", "", "250 ms"},
     {"Grid1", Grid},
     {"RichTextBox1", RichText, "", "", "first line"},
-    {"ProgressBar1", ProgressBar},
+    {"ProgressBar1", ProgressBar, "", "", "", "", kHidden},
     {"Timer1", Timer, "", "", "20"},
     {"Command1", Button, "Convert", "Press to convert"},
     {"Command2", Button, "Hidden button", "", "", "", kHidden},
@@ -268,9 +268,16 @@ TEST_F(PanelWindowTest, GridRichTextAndProgressFollowTheirControls) {
   rich->setPlainText("typed\ntext");
   EXPECT_EQ(C("RichTextBox1").Text(), "typed\ntext");
 
+  // Shown and moved by a conversion that lets no event run meanwhile.
+  auto* bar = Widget<QProgressBar>("ProgressBar1");
+  EXPECT_FALSE(bar->isVisible());
+  C("ProgressBar1").SetVisible(true);
   C("ProgressBar1").SetRange(1, 48);
   C("ProgressBar1").SetProgress(12);
-  auto* bar = Widget<QProgressBar>("ProgressBar1");
+  EXPECT_TRUE(bar->isVisible());
+  EXPECT_GT(bar->width(), 50);
+  EXPECT_GT(bar->height(), 5);
+  EXPECT_TRUE(window.rect().contains(bar->geometry()));
   EXPECT_EQ(bar->minimum(), 1);
   EXPECT_EQ(bar->maximum(), 48);
   EXPECT_EQ(bar->value(), 12);
