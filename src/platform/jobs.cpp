@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <set>
 
 #include "core/paths.h"
@@ -87,6 +88,41 @@ ShellCommand ParseShellCommand(const std::string& commandLine, const std::string
   }
   command.argv.insert(command.argv.end(), words.begin() + 1, words.end());
   return command;
+}
+
+std::string FindTerminal() {
+  const char* display = std::getenv("DISPLAY");
+  const char* wayland = std::getenv("WAYLAND_DISPLAY");
+  if ((display == nullptr || *display == 0) && (wayland == nullptr || *wayland == 0)) return "";
+  std::vector<std::string> names;
+  if (const char* chosen = std::getenv("VEXMOR_TERMINAL"); chosen != nullptr && *chosen != 0) names.push_back(chosen);
+  for (const char* n : {"x-terminal-emulator", "xterm", "konsole", "urxvt"}) names.push_back(n);
+  const char* path = std::getenv("PATH");
+  const std::string dirs = path != nullptr ? path : "/usr/bin:/bin";
+  for (const auto& name : names) {
+    if (name.find('/') != std::string::npos) {
+      if (access(name.c_str(), X_OK) == 0) return name;
+      continue;
+    }
+    size_t at = 0;
+    while (at <= dirs.size()) {
+      const size_t end = std::min(dirs.find(':', at), dirs.size());
+      const std::string candidate = dirs.substr(at, end - at) + "/" + name;
+      if (end > at && access(candidate.c_str(), X_OK) == 0) return candidate;
+      at = end + 1;
+    }
+  }
+  return "";
+}
+
+std::vector<std::string> JobCommand(const ShellCommand& command, int style) {
+  if (!command.isScript || style == 0 || command.argv.empty()) return command.argv;
+  const std::string terminal = FindTerminal();
+  if (terminal.empty()) return command.argv;
+  std::vector<std::string> argv = {terminal, "-e", command.argv.front()};
+  if (!command.closeAtEnd) argv.push_back("--wait");
+  argv.insert(argv.end(), command.argv.begin() + 1, command.argv.end());
+  return argv;
 }
 
 int StartJob(const std::vector<std::string>& argv) {

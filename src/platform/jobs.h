@@ -20,6 +20,17 @@ inline constexpr const char* kInterpreterPrefix = "command.com /c ";
 // A program named without a folder is looked for in programFolder.
 ShellCommand ParseShellCommand(const std::string& commandLine, const std::string& programFolder);
 
+// The terminal program that can show a job's window: $VEXMOR_TERMINAL, else
+// x-terminal-emulator, xterm, konsole, urxvt on the PATH, when a display is
+// there. Empty when the desktop has none (the job then runs hidden).
+std::string FindTerminal();
+
+// The command that starts a parsed Shell command with a window style:
+// a .bat script with style other than 0 runs in a terminal window when there
+// is one; without the interpreter prefix the window stays until the user
+// closes it (the runner waits for Enter at the end). Anything else as it is.
+std::vector<std::string> JobCommand(const ShellCommand& command, int style);
+
 // Starts the program (standard input from /dev/null, standard output to our
 // standard error, so that a transcript on standard output stays clean).
 // Gives its process id, 0 if it could not be started.

@@ -1,0 +1,183 @@
+// The batch runner runs the job scripts as the DOS interpreter would, and
+// Shell starts them hidden or in a terminal window.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+#include "platform/jobs.h"
+#include "test_util.h"
+#include "tools_helpers.h"
+
+namespace vexmor::test {
+namespace {
+
+TEST(ToolsBatchRunner, CopyInEveryFormTheScriptsUse) {
+  TempDir dir;
+  WriteText(dir / "a", "AAA");
+  WriteText(dir / "b", "BB");
+  WriteText(dir / "c", "C");
+  const std::string script =
+      "copy /b " + dir / "a" + " + " + dir / "b" + " + " + dir / "c" + " " + dir / "abc\r\n" +
+      "copy/b a+b ab\r\n"
+      "Copy a a2\r\n"
+      "COPY /B A + B + C UPPER\r\n"  // names in another letter case
+      "copy /b a + missing nothing\r\n"
+      "copy /b ab + c ab\r\n";       // appends to the first source
+  const ToolRun run = RunBat(dir.Str(), script);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(ReadText(dir / "abc"), "AAABBC");
+  EXPECT_EQ(ReadText(dir / "ab"), "AAABBC");
+  EXPECT_EQ(ReadText(dir / "a2"), "AAA");
+  EXPECT_EQ(ReadText(dir / "UPPER"), "AAABBC");
+  EXPECT_FALSE(std::filesystem::exists(dir / "nothing"));
+  EXPECT_NE(run.err.find("missing"), std::string::npos) << run.err;
+}
+
+TEST(ToolsBatchRunner, DelPauseAndFailingLines) {
+  TempDir dir;
+  WriteText(dir / "old.su", "x");
+  WriteText(dir / "w1.tmp", "x");
+  WriteText(dir / "w2.TMP", "x");
+  const std::string script =
+      "del OLD.SU\r\n"
+      "del *.tmp\r\n"
+      "del gone.su\r\n"
+      "pause\r\n"
+      "nosuchprogram arg\r\n"
+      "echo still here> after.txt\r\n";
+  const ToolRun run = RunBat(dir.Str(), script);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_FALSE(std::filesystem::exists(dir / "old.su"));
+  EXPECT_FALSE(std::filesystem::exists(dir / "w1.tmp"));
+  EXPECT_FALSE(std::filesystem::exists(dir / "w2.TMP"));
+  EXPECT_NE(run.err.find("Could Not Find gone.su"), std::string::npos) << run.err;
+  EXPECT_NE(run.err.find("'nosuchprogram' is not recognized"), std::string::npos) << run.err;
+  EXPECT_EQ(ReadText(dir / "after.txt"), "still here\r\n");
+}
+
+TEST(ToolsBatchRunner, PipesRedirectionsAndToolNamesInAnyCase) {
+  TempDir dir;
+  std::vector<SuTrace> traces(3);
+  for (int t = 0; t < 3; ++t) {
+    traces[size_t(t)].header.assign(240, 0xAB);
+    traces[size_t(t)].samples = {1.0f, 2.0f, float(t)};
+  }
+  WriteBytes(dir / "in.su", SuFile(traces));
+  const std::string bin = std::string(VEXMOR_BIN_DIR) + "/";
+  const std::string script = bin + "SEGYCLEAN.EXE <in.su >clean.su\r\n" + bin + "SegyClean < in.su | " + bin +
+                             "segyclean > piped.su\r\n" + "cat in.su >> twice.su\r\n" + "cat in.su >>twice.su\r\n" +
+                             bin + "SEGYCLEAN <missing.su >x.su\r\n";
+  const ToolRun run = RunBat(dir.Str(), script);
+  EXPECT_NE(run.status, 0);  // the last line failed
+  EXPECT_NE(run.err.find("missing.su"), std::string::npos) << run.err;
+  const auto clean = ReadBytes(dir / "clean.su");
+  ASSERT_EQ(clean.size(), 3u * (240 + 12));
+  EXPECT_EQ(clean[179], 0xAB);
+  EXPECT_EQ(clean[180], 0);
+  EXPECT_EQ(clean[209], 0);
+  EXPECT_EQ(clean[210], 0xAB);
+  EXPECT_EQ(ReadBytes(dir / "piped.su"), clean);
+  EXPECT_EQ(ReadBytes(dir / "twice.su").size(), 2 * clean.size());
+}
+
+TEST(ToolsBatchRunner, ToolsReportBrokenStreams) {
+  TempDir dir;
+  WriteText(dir / "garbage.su", std::string(1000, '\x7f'));
+  WriteText(dir / "short.su", std::string(100, '\0'));
+  const std::string bin = "'" + std::string(VEXMOR_BIN_DIR) + "/";
+  ToolRun run = RunIn(dir.Str(), bin + "segyclean' < garbage.su > out.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("segyclean: standard input: trace 1 is cut short"), std::string::npos) << run.err;
+  run = RunIn(dir.Str(), bin + "segyclean' < short.su > out.su");
+  EXPECT_EQ(run.status, 1);
+  run = RunIn(dir.Str(), bin + "segyclean' < /dev/null > out.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("no SU trace"), std::string::npos);
+  run = RunIn(dir.Str(), bin + "segyhdrs' < short.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("ns="), std::string::npos) << run.err;
+  run = RunIn(dir.Str(), bin + "segyhdrs' ns=0 dt=100 < /dev/null");
+  EXPECT_EQ(run.status, 1);
+  // segywrite without the reel headers, then with a cut SU stream.
+  run = RunIn(dir.Str(), bin + "segywrite' tape=out.sgy < garbage.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("header"), std::string::npos) << run.err;
+  run = RunIn(dir.Str(), bin + "segyhdrs' ns=10 dt=100 < /dev/null && " + bin + "segywrite' tape=out.sgy < garbage.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("cut short"), std::string::npos) << run.err;
+  run = RunIn(dir.Str(), bin + "segywrite' tape=out.sgy < /dev/null");
+  EXPECT_EQ(run.status, 1);
+  run = RunIn(dir.Str(), bin + "segywrite' tape=/nonexistent/folder/out.sgy < short.su");
+  EXPECT_EQ(run.status, 1);
+  run = RunIn(dir.Str(), bin + "segyclean' notakey < short.su > out.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("notakey"), std::string::npos);
+}
+
+// Sets an environment variable for the length of a test.
+class EnvVar {
+ public:
+  EnvVar(const char* name, const char* value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    if (value != nullptr) {
+      setenv(name, value, 1);
+    } else {
+      unsetenv(name);
+    }
+  }
+  ~EnvVar() {
+    if (old_) {
+      setenv(name_, old_->c_str(), 1);
+    } else {
+      unsetenv(name_);
+    }
+  }
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+TEST(ToolsShellWindow, TerminalOnlyWhenAskedAndThere) {
+  TempDir dir;
+  // A stand-in terminal that runs what follows -e.
+  const std::string terminal = dir / "term";
+  WriteText(terminal, "#!/bin/sh\nshift\nexec \"$@\"\n");
+  chmod(terminal.c_str(), 0755);
+  WriteText(dir / "job.bat", "copy a b\r\n");
+  WriteText(dir / "a", "data");
+  const std::string folder = VEXMOR_BIN_DIR;
+
+  const ShellCommand closing = ParseShellCommand("command.com /c " + dir / "job.bat", folder);
+  const ShellCommand staying = ParseShellCommand(dir / "job.bat", folder);
+  {
+    EnvVar display("DISPLAY", nullptr);
+    EnvVar wayland("WAYLAND_DISPLAY", nullptr);
+    EXPECT_EQ(FindTerminal(), "");
+    EXPECT_EQ(JobCommand(staying, 1), staying.argv);  // hidden: no desktop terminal
+  }
+  EnvVar display("DISPLAY", ":99");
+  EnvVar chosen("VEXMOR_TERMINAL", terminal.c_str());
+  EXPECT_EQ(FindTerminal(), terminal);
+  EXPECT_EQ(JobCommand(staying, 0), staying.argv);  // style 0 is hidden
+  EXPECT_EQ(JobCommand(closing, 1),
+            (std::vector<std::string>{terminal, "-e", folder + "/vexmor-bat", "--close", dir / "job.bat"}));
+  EXPECT_EQ(JobCommand(staying, 2),
+            (std::vector<std::string>{terminal, "-e", folder + "/vexmor-bat", "--wait", dir / "job.bat"}));
+  const ShellCommand program = ParseShellCommand(folder + "/segyread", folder);
+  EXPECT_EQ(JobCommand(program, 1), program.argv);  // only scripts get a window
+
+  // The window that stays waits for a key only on a terminal: here it ends.
+  KeepCurrentFolder keep;
+  std::filesystem::current_path(dir.Path());
+  ASSERT_NE(StartJob(JobCommand(staying, 1)), 0);
+  WaitForJobs();
+  EXPECT_EQ(ReadText(dir / "b"), "data");
+  EXPECT_EQ(StartJob({dir / "not-there"}), 0);
+}
+
+}  // namespace
+}  // namespace vexmor::test

@@ -1,0 +1,78 @@
+#pragma once
+// Running our command-line tools from the tests: a shell command in a
+// folder, its exit status and standard error; SU files as traces.
+#include <sys/wait.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "core/su_trace.h"
+#include "test_util.h"
+
+namespace vexmor::test {
+
+inline std::string Bin(const std::string& name) { return std::string(VEXMOR_BIN_DIR) + "/" + name; }
+
+struct ToolRun {
+  int status = -1;
+  std::string err;
+};
+
+// Runs a /bin/sh command in `folder`, standard input from /dev/null unless
+// the command says otherwise; standard error kept.
+inline ToolRun RunIn(const std::string& folder, const std::string& command) {
+  const std::string errFile = folder + "/.stderr";
+  const std::string line = "cd '" + folder + "' && ( " + command + " ) 2>'" + errFile + "' </dev/null";
+  const int raw = std::system(line.c_str());
+  ToolRun run;
+  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + (WIFSIGNALED(raw) ? WTERMSIG(raw) : 0);
+  run.err = ReadText(errFile);
+  return run;
+}
+
+// Writes a .bat script (CR LF lines) and runs it with the batch runner.
+inline ToolRun RunBat(const std::string& folder, const std::string& script, const std::string& name = "convert.bat") {
+  WriteText(folder + "/" + name, script);
+  return RunIn(folder, "'" + Bin("vexmor-bat") + "' '" + folder + "/" + name + "'");
+}
+
+struct SuTrace {
+  std::vector<uint8_t> header;  // 240 bytes
+  std::vector<float> samples;
+};
+
+inline std::vector<SuTrace> ReadSu(const std::string& path) {
+  const auto bytes = ReadBytes(path);
+  std::vector<SuTrace> traces;
+  size_t at = 0;
+  while (at + 240 <= bytes.size()) {
+    SuTrace t;
+    t.header.assign(bytes.begin() + std::ptrdiff_t(at), bytes.begin() + std::ptrdiff_t(at + 240));
+    const size_t ns = static_cast<uint16_t>(GetLE16(bytes.data() + at + 114));
+    at += 240;
+    if (at + 4 * ns > bytes.size()) break;
+    for (size_t i = 0; i < ns; ++i) t.samples.push_back(GetLEFloat(bytes.data() + at + 4 * i));
+    at += 4 * ns;
+    traces.push_back(std::move(t));
+  }
+  return traces;
+}
+
+inline std::vector<uint8_t> SuFile(const std::vector<SuTrace>& traces) {
+  std::vector<uint8_t> out;
+  for (const auto& t : traces) {
+    std::vector<uint8_t> h = t.header;
+    PutLE16(h.data() + 114, static_cast<int16_t>(t.samples.size()));
+    out.insert(out.end(), h.begin(), h.end());
+    for (float f : t.samples) {
+      uint8_t b[4];
+      PutLEFloat(b, f);
+      out.insert(out.end(), b, b + 4);
+    }
+  }
+  return out;
+}
+
+}  // namespace vexmor::test

@@ -1,0 +1,203 @@
+// segdread against the real SEG-D record beside the project and against
+// small records written here in each sample format.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "core/byte_order.h"
+#include "core/paths.h"
+#include "core/su_trace.h"
+#include "test_util.h"
+#include "tools_helpers.h"
+
+namespace vexmor::test {
+namespace {
+
+const std::string kSegdFolder = std::string(VEXMOR_SHARED_SAMPLES) + "/segd";
+
+TEST(ToolsSegdRead, RealRecordGivesTheReferenceSu) {
+  const std::string segd = kSegdFolder + "/demo-8058.segd";
+  const std::string expected = kSegdFolder + "/demo-8058.expected.su";
+  if (FileExists(segd) == 0 || FileExists(expected) == 0) GTEST_SKIP() << "no SEG-D sample here";
+  TempDir dir;
+  // The line of the SEG-D job, run by the batch runner.
+  const ToolRun run =
+      RunBat(dir.Str(), std::string(VEXMOR_BIN_DIR) + "/SEGDREAD tape=" + segd + " >" + dir / "OUT.SU" + "\r\n");
+  ASSERT_EQ(run.status, 0) << run.err;
+  const auto ours = ReadSu(dir / "OUT.SU");
+  const auto reference = ReadSu(expected);
+  ASSERT_EQ(ours.size(), 84u);
+  ASSERT_EQ(reference.size(), 84u);
+  for (size_t t = 0; t < ours.size(); ++t) {
+    for (const char* word : {"fldr", "ep", "tracf", "trid", "ns", "dt", "year", "day", "hour", "minute", "sec"}) {
+      const SuWord& w = SuWordNamed(word);
+      ASSERT_EQ(GetWord(ours[t].header.data(), w), GetWord(reference[t].header.data(), w)) << word << " trace " << t;
+    }
+    ASSERT_EQ(ours[t].samples, reference[t].samples) << "trace " << t;
+  }
+  EXPECT_EQ(GetWord(ours[83].header.data(), SuWordNamed("tracf")), 84);
+  EXPECT_EQ(GetWord(ours[0].header.data(), SuWordNamed("year")), 2007);
+}
+
+TEST(ToolsSegdRead, CutAndDamagedRealRecord) {
+  const std::string segd = kSegdFolder + "/demo-8058.segd";
+  if (FileExists(segd) == 0) GTEST_SKIP() << "no SEG-D sample here";
+  TempDir dir;
+  const auto bytes = ReadBytes(segd);
+  const std::string tool = "'" + Bin("segdread") + "' tape=";
+  for (const size_t keep : {size_t(0), size_t(20), size_t(100), size_t(3000), size_t(6000), bytes.size() - 10}) {
+    WriteBytes(dir / "cut.sgd", std::vector<uint8_t>(bytes.begin(), bytes.begin() + std::ptrdiff_t(keep)));
+    const ToolRun run = RunIn(dir.Str(), tool + "cut.sgd > out.su");
+    EXPECT_EQ(run.status, 1) << keep;
+    EXPECT_NE(run.err.find("cut.sgd"), std::string::npos) << keep << ": " << run.err;
+  }
+  // Cut inside the last trace: the whole traces before it are kept.
+  EXPECT_EQ(ReadSu(dir / "out.su").size(), 83u);
+
+  uint32_t seed = 7;
+  for (int round = 0; round < 30; ++round) {
+    auto damaged = bytes;
+    for (int k = 0; k < 40; ++k) {
+      seed = seed * 1664525u + 1013904223u;
+      const size_t at = (seed >> 8) % 6000;
+      seed = seed * 1664525u + 1013904223u;
+      damaged[at] = uint8_t(seed >> 24);
+    }
+    WriteBytes(dir / "bad.sgd", damaged);
+    const ToolRun run = RunIn(dir.Str(), tool + "bad.sgd > out.su");
+    EXPECT_LE(run.status, 1) << run.err;
+    if (run.status != 0) {
+      EXPECT_NE(run.err.find("bad.sgd"), std::string::npos) << run.err;
+    }
+  }
+}
+
+// A SEG-D rev 1 record of one seismic channel set (and one auxiliary
+// channel) with samples in the given format.
+std::vector<uint8_t> MakeSegd(int format, const std::vector<uint8_t>& samples, int ns, int channels) {
+  std::vector<uint8_t> f(32 * 2 + 32 * 2, 0);
+  auto bcd = [](int v) { return uint8_t((v / 10) << 4 | (v % 10)); };
+  f[0] = 0x12;  // file 1234
+  f[1] = 0x34;
+  f[2] = bcd(format / 100);
+  f[3] = bcd(format % 100);
+  f[10] = 0x24;          // 2024
+  f[11] = 0x10 | 0x01;   // one more general header; day 1xx
+  f[12] = 0x23;          // day 123
+  f[13] = 0x08;
+  f[14] = 0x30;
+  f[15] = 0x59;
+  f[22] = 8;             // 0.5 ms
+  f[27] = 1;             // scan types
+  f[28] = 2;             // channel sets
+  f[32 + 10] = 1;        // rev 1.0
+  f[32 + 18] = 2;
+  for (int set = 0; set < 2; ++set) {
+    uint8_t* csd = f.data() + 64 + 32 * set;
+    csd[0] = 1;
+    csd[1] = uint8_t(set + 1);
+    PutBE16u(csd + 4, uint16_t(ns / 4));  // end time in 2 ms units
+    csd[8] = 0;
+    csd[9] = set == 0 ? 1 : bcd(channels);
+    csd[10] = set == 0 ? 0x90 : 0x10;
+  }
+  for (int set = 0; set < 2; ++set) {
+    const int count = set == 0 ? 1 : channels;
+    for (int c = 1; c <= count; ++c) {
+      std::vector<uint8_t> th(20 + 32, 0);
+      th[0] = 0x12;
+      th[1] = 0x34;
+      th[2] = 1;
+      th[3] = uint8_t(set + 1);
+      th[5] = bcd(c);
+      th[9] = 1;
+      th[20 + 7] = 0;  // no sample count: taken from the channel set's times
+      f.insert(f.end(), th.begin(), th.end());
+      f.insert(f.end(), samples.begin(), samples.end());
+    }
+  }
+  return f;
+}
+
+TEST(ToolsSegdRead, EverySampleFormat) {
+  TempDir dir;
+  constexpr int kNs = 17;  // 8 ms at 0.5 ms, and the first sample
+  struct Case {
+    int format;
+    std::vector<uint8_t> bytes;
+    std::vector<float> values;
+  };
+  std::vector<Case> cases;
+  auto repeat = [](std::vector<uint8_t> unit, size_t times) {
+    std::vector<uint8_t> out;
+    for (size_t i = 0; i < times; ++i) out.insert(out.end(), unit.begin(), unit.end());
+    return out;
+  };
+  // 8015: exponents 0,1 | 15,3; mantissas 0x4000, -2, 0x7fff, -0x8000 (x 2^(e-15)).
+  cases.push_back({8015, repeat({0x01, 0xF3, 0x40, 0x00, 0xFF, 0xFE, 0x7F, 0xFF, 0x80, 0x00}, 5),
+                   {0.5f, -2.0f / 16384, 32767.0f, -8.0f}});
+  // 8022: S C C C Q Q Q Q: 0 001 1000 = 0.5 x 4; 1 010 1000 = -0.5 x 16.
+  cases.push_back({8022, repeat({0x18, 0xA8}, 9), {2.0f, -8.0f}});
+  // 8024: S CCC Q x 12: 0 011 0100 0000 0000 = 0.25 x 64.
+  cases.push_back({8024, repeat({0x34, 0x00, 0xC8, 0x00}, 9), {16.0f, -0.5f * 256}});
+  // 8042: S CC QQQQQ: 0 01 10000 = 0.5 x 16.
+  cases.push_back({8042, repeat({0x30, 0xD0}, 9), {8.0f, -0.5f * 256}});
+  // 8044: S CCC Q x 12: 0 010 1000 0000 0000 = 0.5 x 256.
+  cases.push_back({8044, repeat({0x28, 0x00}, 17), {128.0f}});
+  cases.push_back({8036, repeat({0x80, 0x00, 0x00, 0x00, 0x01, 0x00, 0xFF, 0xFF, 0xFF}, 6), {-8388608.0f, 256.0f, -1.0f}});
+  cases.push_back({8038, repeat({0xFF, 0xFF, 0xFF, 0xFE, 0x00, 0x01, 0x00, 0x00}, 9), {-2.0f, 65536.0f}});
+  cases.push_back({8048, repeat({0xC2, 0x76, 0xA0, 0x00}, 17), {-118.625f}});
+  cases.push_back({8058, repeat({0x3F, 0xC0, 0x00, 0x00}, 17), {1.5f}});
+  for (const auto& c : cases) {
+    SCOPED_TRACE("format " + std::to_string(c.format));
+    const std::map<int, size_t> need = {{8015, 50}, {8022, 17}, {8042, 17}, {8024, 34}, {8044, 34}, {8036, 51}};
+    auto bytes = c.bytes;
+    bytes.resize(need.count(c.format) ? need.at(c.format) : 68);
+    WriteBytes(dir / "rec.sgd", MakeSegd(c.format, bytes, kNs, 3));
+    ToolRun run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=rec.sgd > out.su");
+    ASSERT_EQ(run.status, 0) << run.err;
+    auto su = ReadSu(dir / "out.su");
+    ASSERT_EQ(su.size(), 3u);
+    for (size_t t = 0; t < su.size(); ++t) {
+      const auto* h = su[t].header.data();
+      EXPECT_EQ(GetWord(h, SuWordNamed("fldr")), 1234);
+      EXPECT_EQ(GetWord(h, SuWordNamed("tracf")), double(t + 1));
+      EXPECT_EQ(GetWord(h, SuWordNamed("dt")), 500);
+      EXPECT_EQ(GetWord(h, SuWordNamed("day")), 123);
+      EXPECT_EQ(GetWord(h, SuWordNamed("year")), 2024);
+      EXPECT_EQ(GetWord(h, SuWordNamed("sec")), 59);
+      ASSERT_EQ(su[t].samples.size(), size_t(kNs));
+      for (size_t i = 0; i < size_t(kNs); ++i) {
+        ASSERT_EQ(su[t].samples[i], c.values[i % c.values.size()]) << "sample " << i;
+      }
+    }
+    // aux=1 adds the auxiliary channel, first.
+    run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=rec.sgd aux=1 > all.su");
+    ASSERT_EQ(run.status, 0) << run.err;
+    su = ReadSu(dir / "all.su");
+    ASSERT_EQ(su.size(), 4u);
+    EXPECT_EQ(GetWord(su[0].header.data(), SuWordNamed("trid")), 0);
+  }
+}
+
+TEST(ToolsSegdRead, NotSegd) {
+  TempDir dir;
+  WriteBytes(dir / "empty.sgd", {});
+  WriteText(dir / "text.sgd", std::string(5000, 'z'));
+  std::vector<uint8_t> multiplexed(4000, 0);
+  multiplexed[2] = 0x00;
+  multiplexed[3] = 0x15;  // format 0015: multiplexed
+  WriteBytes(dir / "mux.sgd", multiplexed);
+  for (const char* name : {"empty.sgd", "text.sgd", "mux.sgd", "missing.sgd"}) {
+    const ToolRun run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=" + name + " > out.su");
+    EXPECT_EQ(run.status, 1) << name;
+    EXPECT_NE(run.err.find(name), std::string::npos) << run.err;
+  }
+}
+
+}  // namespace
+}  // namespace vexmor::test
