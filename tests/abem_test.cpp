@@ -105,6 +105,22 @@ TEST(AbemSelection, LineEndsOfEveryKindAndAShortHeader) {
   EXPECT_NE(out.find("Text3 = \"8\"\nText5 = \"200\"\n"), std::string::npos) << out;
 }
 
+TEST(AbemSelection, TheTableHolds100EntriesAndAOneFileAnswerIsItsOwnProbe) {
+  TempDir dir;
+  std::string answer = dir.Str();
+  for (int k = 1; k <= 120; ++k) answer += " F" + std::to_string(k) + ".ABM";
+  WriteRecord(dir, "F2.ABM", 2, "300", "4", 4, 10);
+  WriteRecord(dir, "ONE.ABM", 1, "700", "2", 2, 5);
+  const std::string out = RunPanelScript(Opening() + "answer dialog " + Q(answer) + "\nclick Command4\nshow Text6\n"
+                                         "show Text5\nanswer dialog " + Q(dir / "ONE.ABM") +
+                                         "\nclick Command4\nshow Text6\nshow Text5\nshow Text4\nshow List1\n");
+  // Entry 0 is the folder: 99 names are kept; the second line of the list is probed.
+  EXPECT_NE(out.find("Text6 = \"99\"\nText5 = \"300\"\n"), std::string::npos) << out.substr(0, 400);
+  EXPECT_NE(out.find("Text6 = \"1\"\nText5 = \"700\"\nText4 = \"5\"\nList1.count = 100\n"), std::string::npos);
+  EXPECT_NE(out.find("List1[98] = " + Q(dir / "F99.ABM") + "\nList1[99] = " + Q(dir / "ONE.ABM") + "\n"),
+            std::string::npos);
+}
+
 TEST(AbemFormat, DateAndTimeOfTheFixedFields) {
   AbemRecordSpec spec;
   spec.date = "970309";
