@@ -313,7 +313,14 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
       return box;
     }
     case ControlKind::List: return new QListWidget;
-    case ControlKind::Combo: return new QComboBox;
+    case ControlKind::Combo: {
+      auto* combo = new QComboBox;
+      // Its text before a line is chosen is a value, not a grey hint.
+      QPalette p = combo->palette();
+      p.setColor(QPalette::PlaceholderText, p.color(QPalette::ButtonText));
+      combo->setPalette(p);
+      return combo;
+    }
     case ControlKind::Grid: {
       auto* grid = new QTableWidget(1, 0);
       // One row of plain cells, as the panels fill them.
