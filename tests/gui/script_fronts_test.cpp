@@ -3,6 +3,7 @@
 // errors, the same output bytes.
 #include <gtest/gtest.h>
 
+#include <QImage>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -221,6 +222,27 @@ TEST(ScriptFronts, ConversionFailureShowsTheSameMessage) {
   const FrontRun gui = Gui(dir);
   ExpectSameRun(cli, gui);
   EXPECT_NE(cli.out.find("message \"Verify your parameters...\" buttons=16"), std::string::npos) << cli.out;
+}
+
+TEST(ScriptFronts, ScreenshotOfAPanelWindow) {
+  Folder dir;
+  const FrontRun main = RunFront(dir, "vexmor", "--screenshot MainPanel main.png");
+  EXPECT_EQ(main.status, 0) << main.err;
+  const QImage image(QString::fromStdString(dir / "main.png"));
+  ASSERT_FALSE(image.isNull());
+  EXPECT_GT(image.width(), 300);
+  EXPECT_GT(image.height(), 300);
+
+  // After a script, as the script left the window; its transcript as usual.
+  WriteAll(dir / "script.txt", "open MainPanel\nclick Option7\nuse sisforme\nset Text4 512\n");
+  const FrontRun after = RunFront(dir, "vexmor", "--screenshot sisforme sis.png script.txt");
+  EXPECT_EQ(after.status, 0) << after.err;
+  EXPECT_EQ(after.out, "opened MainPanel\nopened sisforme\n");
+  EXPECT_FALSE(QImage(QString::fromStdString(dir / "sis.png")).isNull());
+
+  const FrontRun unknown = RunFront(dir, "vexmor", "--screenshot NoSuchPanel x.png");
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_NE(unknown.err.find("no panel named NoSuchPanel"), std::string::npos);
 }
 
 }  // namespace
