@@ -50,8 +50,7 @@ constexpr const char* kPanel = "oyo";
 const ListSelectionRules kSelection = {{"OYO McSeis file selection", "Record |*.org|All files|*.*|", "*.org"}, false};
 
 // Zero fill of bytes 36 to 223, then the words; bytes 224 to 239 are not
-// written. fldr takes the record number of the file's text block, which
-// the conversion hands to the writer in place of the file's place.
+// written. The words of the text block follow (WriteTraceHeader).
 constexpr HeaderStep kOyoHeaderWords[] = {
     ZeroFill(36, 87, 4),
     ZeroFill(88, 179, 2),
@@ -134,82 +133,100 @@ void Oyo::Command1_Click() {
   // No selection yet.
   if (state.InputFile.size() < 5) return;
   platform.BusyPointer(true, kPanel);
-  SkipOnFailure([&] { state.NbSamples = TextToInt32(Text4.Text()); });
-  // Text6 holds milliseconds; a value whose thousandfold does not fit 16
-  // bits (the default "200") leaves SampleInterval as it was.
-  SkipOnFailure([&] { state.SampleInterval = ToInt16(LeadingNumber(Text6.Text()) * 1000); });
-  SkipOnFailure([&] { state.NbChannels = TextToInt16(Text3.Text()); });
-  state.OutputFile = SingleSeparators(Text2.Text());
-  if (FileExists(state.OutputFile) == 1) {
-    const int answer = platform.MessageBox(state.OutputFile + " file name already exists, this will will remplaced !",
-                                           buttons::kQuestionOkCancel, kConverterTitle);
-    if (answer != answers::kOk) {
-      platform.BusyPointer(false, kPanel);
-      return;
-    }
-    std::remove(ResolveExisting(state.OutputFile).c_str());
+  ReadControls();
+  if (!ReplaceExistingOutput()) {
+    platform.BusyPointer(false, kPanel);
+    return;
   }
   int16_t nbFiles = 0;
   SkipOnFailure([&] { nbFiles = TextToInt16(Text5.Text()); });
-  const SampleType type = linterger.Value() ? SampleType::Int32 : SampleType::Int16;
-  std::vector<uint8_t> raw;
-  std::vector<float> samples;
+  TraceBuffers buffers;
+  buffers.type = linterger.Value() ? SampleType::Int32 : SampleType::Int16;
   if (state.NbSamples > 0 && state.NbSamples <= kMaxSamples) {
-    raw.assign(static_cast<size_t>(state.NbSamples) * static_cast<size_t>(SampleBytes(type)), 0);
-    samples.assign(static_cast<size_t>(state.NbSamples), 0.0f);
+    buffers.raw.assign(static_cast<size_t>(state.NbSamples) * static_cast<size_t>(SampleBytes(buffers.type)), 0);
+    buffers.samples.assign(static_cast<size_t>(state.NbSamples), 0.0f);
   }
   std::optional<BinaryFile> output;
   SkipOnFailure([&] { output.emplace(OpenOutput(state.OutputFile)); });
   nbFiles = LimitTo99Records(nbFiles, platform);
   ProgressBar1.SetRange(1, nbFiles);
-  const int channels = state.NbChannels;
   for (int f = 1; f <= nbFiles; ++f) {
     ProgressBar1.SetProgress(f);
-    std::optional<BinaryFile> input;
-    SkipOnFailure([&] { input.emplace(ListLine(List1, f - 1), BinaryFile::Mode::Read); });
-    // A file that can't be opened gives zero header values.
-    OyoTextBlock block;
-    if (input) block = ReadOyoTextBlock(*input);
-    // Without an output every write would fail: nothing to do per trace.
-    if (!output) continue;
-    SuTraceWriter writer(*output, state, kOyoHeaderWords);
-    for (int t = 1; t <= channels; ++t) {
-      bool placed = false;
-      SkipOnFailure([&] {
-        TraceIndex = ToInt32((f - 1.0) * channels + t - 1);
-        writer.Seek(TraceIndex);
-        placed = true;
-      });
-      // A record whose place can't be worked out is not written at all,
-      // rather than over the one before.
-      if (!placed) continue;
-      SkipOnFailure([&] {
-        writer.WriteHeader(block.recordNumber, t);
-        writer.WriteWord("sx", block.sourceX);
-        writer.WriteWord("sy", block.sourceY);
-        writer.WriteWord("delrt", block.delay);
-        writer.WriteWord("nofilf", block.notch);
-        writer.WriteWord("lcf", block.lowCut);
-        writer.WriteWord("hcf", block.highCut);
-      });
-      // A trace that can't be read keeps the samples of the one before.
-      SkipOnFailure([&] {
-        if (input && !raw.empty()) {
-          input->Read(OyoTraceOffset(t, state.NbSamples, SampleBytes(type)), raw.data(), raw.size());
-        }
-      });
-      SkipOnFailure([&] {
-        if (samples.empty()) return;
-        SamplesToFloat(raw.data(), type, samples);
-        writer.WriteSamples(samples);
-      });
-    }
+    ConvertFile(f, output ? &*output : nullptr, buffers);
   }
   SkipOnFailure([&] {
     if (output) output->Close();
   });
   platform.BusyPointer(false, kPanel);
   platform.MessageBox("Conversion done", buttons::kOk, "");
+}
+
+void Oyo::ReadControls() {
+  SkipOnFailure([&] { state.NbSamples = TextToInt32(Text4.Text()); });
+  // Text6 holds milliseconds; a value whose thousandfold does not fit 16
+  // bits (the default "200") leaves SampleInterval as it was.
+  SkipOnFailure([&] { state.SampleInterval = ToInt16(LeadingNumber(Text6.Text()) * 1000); });
+  SkipOnFailure([&] { state.NbChannels = TextToInt16(Text3.Text()); });
+  state.OutputFile = SingleSeparators(Text2.Text());
+}
+
+// An existing output is named in a question: OK deletes it, anything else
+// keeps it and ends the conversion.
+bool Oyo::ReplaceExistingOutput() {
+  if (FileExists(state.OutputFile) != 1) return true;
+  const int answer = platform.MessageBox(state.OutputFile + " file name already exists, this will will remplaced !",
+                                         buttons::kQuestionOkCancel, kConverterTitle);
+  if (answer != answers::kOk) return false;
+  std::remove(ResolveExisting(state.OutputFile).c_str());
+  return true;
+}
+
+void Oyo::ConvertFile(int f, BinaryFile* output, TraceBuffers& buffers) {
+  std::optional<BinaryFile> input;
+  SkipOnFailure([&] { input.emplace(ListLine(List1, f - 1), BinaryFile::Mode::Read); });
+  // A file that can't be opened gives zero header values.
+  OyoTextBlock block;
+  if (input) block = ReadOyoTextBlock(*input);
+  // Without an output every write would fail: nothing to do per trace.
+  if (output == nullptr) return;
+  SuTraceWriter writer(*output, state, kOyoHeaderWords);
+  const int channels = state.NbChannels;
+  for (int t = 1; t <= channels; ++t) {
+    bool placed = false;
+    SkipOnFailure([&] {
+      TraceIndex = ToInt32((f - 1.0) * channels + t - 1);
+      writer.Seek(TraceIndex);
+      placed = true;
+    });
+    // A record whose place can't be worked out is not written at all,
+    // rather than over the one before.
+    if (!placed) continue;
+    SkipOnFailure([&] { WriteTraceHeader(writer, block, t); });
+    // A trace that can't be read keeps the samples of the one before.
+    SkipOnFailure([&] {
+      if (input && !buffers.raw.empty()) {
+        input->Read(OyoTraceOffset(t, state.NbSamples, SampleBytes(buffers.type)), buffers.raw.data(),
+                    buffers.raw.size());
+      }
+    });
+    SkipOnFailure([&] {
+      if (buffers.samples.empty()) return;
+      SamplesToFloat(buffers.raw.data(), buffers.type, buffers.samples);
+      writer.WriteSamples(buffers.samples);
+    });
+  }
+}
+
+// fldr takes the record number of the text block, handed to the writer in
+// place of the file's place in the list.
+void Oyo::WriteTraceHeader(SuTraceWriter& writer, const OyoTextBlock& block, int t) {
+  writer.WriteHeader(block.recordNumber, t);
+  writer.WriteWord("sx", block.sourceX);
+  writer.WriteWord("sy", block.sourceY);
+  writer.WriteWord("delrt", block.delay);
+  writer.WriteWord("nofilf", block.notch);
+  writer.WriteWord("lcf", block.lowCut);
+  writer.WriteWord("hcf", block.highCut);
 }
 
 void Oyo::Command2_Click() {

@@ -4,11 +4,16 @@
 // number, delay, filters and source position of all its traces. Every
 // statement of its operations that fails is passed over without a message.
 #include <span>
+#include <vector>
 
+#include "importers/seismograph/oyo_format.h"
+#include "importers/seismograph/su_trace_writer.h"
 #include "panels/form.h"
 #include "panels/session.h"
 
 namespace vexmor {
+
+class BinaryFile;
 
 std::span<const ControlSpec> OyoControls();
 
@@ -42,7 +47,18 @@ struct Oyo {
   void Command5_Click();
 
  private:
+  // The input array (by the chosen sample type) and the output array,
+  // sized once for each conversion.
+  struct TraceBuffers {
+    SampleType type = SampleType::Int32;
+    std::vector<uint8_t> raw;
+    std::vector<float> samples;
+  };
   void ReadProbe(const std::string& probe);
+  void ReadControls();
+  bool ReplaceExistingOutput();
+  void ConvertFile(int f, BinaryFile* output, TraceBuffers& buffers);
+  void WriteTraceHeader(SuTraceWriter& writer, const OyoTextBlock& block, int t);
 };
 
 }  // namespace vexmor
