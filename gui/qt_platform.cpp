@@ -231,8 +231,9 @@ std::string QtPlatform::ChooseFile(const FileRequest& request) {
 }
 
 int QtPlatform::Shell(const std::string& commandLine, int style) {
+  // A job script shown (style 1 or 2) gets a terminal window of its own.
   const ShellCommand command = ParseShellCommand(commandLine, ProgramFolder());
-  const int task = StartJob(command.argv);
+  const int task = StartJob(JobCommand(command, style));
   Write(transcript::Shell(commandLine, style, task));
   return task;
 }

@@ -16,6 +16,8 @@
 #include <fstream>
 #include <functional>
 
+#include "platform/jobs.h"
+
 namespace vexmor {
 namespace {
 
@@ -239,6 +241,21 @@ TEST(QtPlatformBusy, OverrideCursorFollowsOnAndOff) {
   EXPECT_EQ(QApplication::overrideCursor(), nullptr);
   platform.BusyPointer(false, "sisforme");
   EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST(QtPlatformShell, RunsAJobScriptWithoutWaitingForIt) {
+  TempFolder dir;
+  std::ofstream(dir.path / "IN.TXT") << "traces";
+  std::ofstream(dir.path / "JOB.BAT") << "copy " << (dir.path / "IN.TXT").string() << " "
+                                      << (dir.path / "OUT.TXT").string() << "\r\n";
+  QtPlatform platform;
+  const int task = platform.Shell("command.com /c " + (dir.path / "JOB.BAT").string(), 0);
+  EXPECT_GT(task, 0);
+  WaitForJobs();
+  std::ifstream out(dir.path / "OUT.TXT");
+  std::string text;
+  out >> text;
+  EXPECT_EQ(text, "traces");
 }
 
 TEST(QtPlatformShell, StartsNothingForAMissingProgram) {
