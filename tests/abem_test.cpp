@@ -34,11 +34,11 @@ std::vector<std::vector<int16_t>> Traces(int file, int n, int s) {
 
 std::string WriteRecord(const TempDir& dir, const std::string& name, int file, const std::string& interval,
                         const std::string& channels, int n, int s) {
-  AbemRecordSpec spec;
-  spec.intervalText = interval;
-  spec.channelsText = channels;
-  spec.traces = Traces(file, n, s);
-  test::WriteBytes(dir / name, BuildAbemRecord(spec));
+  AbemRecordContent record;
+  record.intervalText = interval;
+  record.channelsText = channels;
+  record.traces = Traces(file, n, s);
+  test::WriteBytes(dir / name, BuildAbemRecord(record));
   return dir / name;
 }
 
@@ -122,10 +122,10 @@ TEST(AbemSelection, TheTableHolds100EntriesAndAOneFileAnswerIsItsOwnProbe) {
 }
 
 TEST(AbemFormat, DateAndTimeOfTheFixedFields) {
-  AbemRecordSpec spec;
-  spec.date = "970309";
-  spec.time = "08:05";
-  const auto bytes = BuildAbemRecord(spec);
+  AbemRecordContent record;
+  record.date = "970309";
+  record.time = "08:05";
+  const auto bytes = BuildAbemRecord(record);
   const AbemDateTime when = DecodeAbemDateTime(std::vector<uint8_t>(bytes.begin(), bytes.begin() + kAbemFixedBytes));
   EXPECT_EQ(when.year, 1997);
   EXPECT_EQ(when.month, 3);
@@ -140,14 +140,14 @@ TEST(AbemFormat, DateAndTimeOfTheFixedFields) {
 
 TEST(AbemSelection, TheProbeFilesDateIsDecoded) {
   TempDir dir;
-  AbemRecordSpec spec;
-  spec.date = "960101";
-  spec.time = "23:59";
-  spec.traces = Traces(1, 12, 4);
-  test::WriteBytes(dir / "A.ABM", BuildAbemRecord(spec));
-  spec.date = "990720";
-  spec.time = "10:41";
-  test::WriteBytes(dir / "B.ABM", BuildAbemRecord(spec));
+  AbemRecordContent record;
+  record.date = "960101";
+  record.time = "23:59";
+  record.traces = Traces(1, 12, 4);
+  test::WriteBytes(dir / "A.ABM", BuildAbemRecord(record));
+  record.date = "990720";
+  record.time = "10:41";
+  test::WriteBytes(dir / "B.ABM", BuildAbemRecord(record));
   HeadlessPlatform platform;
   SharedState state;
   Session session(platform, state);

@@ -32,30 +32,30 @@ std::vector<std::vector<int32_t>> Traces(int file, int n, int s, bool wide) {
   return traces;
 }
 
-OyoRecordSpec Record(const std::string& number, int file, int n, int s, bool wide = true) {
-  OyoRecordSpec spec;
-  spec.recordNumber = number;
-  spec.channels = std::to_string(n);
-  spec.samples = std::to_string(s);
-  spec.interval = "0.25";
-  spec.delay = std::to_string(10 * file);
-  spec.lowCut = std::to_string(file);
-  spec.highCut = std::to_string(200 + file);
-  spec.notch = "60";
-  spec.sourceX = std::to_string(5000 + file);
-  spec.sourceY = "-12";
-  spec.longSamples = wide;
-  spec.traces = Traces(file, n, s, wide);
-  return spec;
+OyoRecordContent Record(const std::string& number, int file, int n, int s, bool wide = true) {
+  OyoRecordContent record;
+  record.recordNumber = number;
+  record.channels = std::to_string(n);
+  record.samples = std::to_string(s);
+  record.interval = "0.25";
+  record.delay = std::to_string(10 * file);
+  record.lowCut = std::to_string(file);
+  record.highCut = std::to_string(200 + file);
+  record.notch = "60";
+  record.sourceX = std::to_string(5000 + file);
+  record.sourceY = "-12";
+  record.longSamples = wide;
+  record.traces = Traces(file, n, s, wide);
+  return record;
 }
 
 std::string Opening() { return "open MainPanel\nclick Option10\nuse oyo\n"; }
 
 TEST(OyoSelection, TheFirstFileProposesAndTheUserIsAsked) {
   TempDir dir;
-  OyoRecordSpec spec = Record("7", 1, 12, 1024);
-  spec.interval = "0.25";
-  test::WriteBytes(dir / "A.ORG", BuildOyoRecord(spec));
+  OyoRecordContent record = Record("7", 1, 12, 1024);
+  record.interval = "0.25";
+  test::WriteBytes(dir / "A.ORG", BuildOyoRecord(record));
   const std::string out = RunPanelScript(Opening() + "answer dialog " + Q(dir.Str() + " A.ORG B.ORG") +
                                          "\nanswer prompt 10\nclick Command3\nshow List1\nshow Text5\nshow Text2\n"
                                          "show Text3\nshow Text4\nshow Text6\nshow Text1\n");
@@ -163,11 +163,11 @@ TEST(OyoConversion, AFileThatCannotBeOpenedGivesZeroValuesAndTheSamplesBefore) {
 
 TEST(OyoFormat, FieldsAsTheyStand) {
   TempDir dir;
-  OyoRecordSpec spec = Record("1234", 1, 1, 1);
-  spec.delay = "100000";  // too large for delrt: 0
-  spec.sourceX = "abc";   // no number: 0
-  spec.further1 = "12.5";
-  test::WriteBytes(dir / "A.ORG", BuildOyoRecord(spec));
+  OyoRecordContent record = Record("1234", 1, 1, 1);
+  record.delay = "100000";  // too large for delrt: 0
+  record.sourceX = "abc";   // no number: 0
+  record.further1 = "12.5";
+  test::WriteBytes(dir / "A.ORG", BuildOyoRecord(record));
   BinaryFile file(dir / "A.ORG", BinaryFile::Mode::Read);
   EXPECT_EQ(ReadOyoField(file, kOyoRecordNumber), "1234");
   const OyoTextBlock block = ReadOyoTextBlock(file);

@@ -65,14 +65,14 @@ void Write(const fs::path& path, const std::vector<uint8_t>& bytes) {
 void Abem(const fs::path& dir) {
   const char* times[] = {"14:32", "14:35", "14:39"};
   for (int shot = 1; shot <= 3; ++shot) {
-    AbemRecordSpec spec;
-    spec.lineName = "LINE 1";
-    spec.date = "980615";
-    spec.time = times[shot - 1];
-    spec.intervalText = "250";
-    spec.channelsText = "12";
-    spec.traces = Scaled<int16_t>(ShotGather(12, 256, 250, 4.0 * (shot - 1)), 8000);
-    Write(dir / ("SHOT" + std::to_string(shot) + ".ABM"), BuildAbemRecord(spec));
+    AbemRecordContent record;
+    record.lineName = "LINE 1";
+    record.date = "980615";
+    record.time = times[shot - 1];
+    record.intervalText = "250";
+    record.channelsText = "12";
+    record.traces = Scaled<int16_t>(ShotGather(12, 256, 250, 4.0 * (shot - 1)), 8000);
+    Write(dir / ("SHOT" + std::to_string(shot) + ".ABM"), BuildAbemRecord(record));
   }
 }
 
@@ -87,19 +87,19 @@ void Oyo(const fs::path& dir) {
   const char* records[] = {"101", "102", "105"};
   const char* sourceX[] = {"1000", "1010", "1030"};
   for (int shot = 0; shot < 3; ++shot) {
-    OyoRecordSpec spec;
-    spec.recordNumber = records[shot];
-    spec.channels = "12";
-    spec.samples = "512";
-    spec.interval = "0.25";
-    spec.delay = "0";
-    spec.lowCut = "10";
-    spec.highCut = "250";
-    spec.notch = "50";
-    spec.sourceX = sourceX[shot];
-    spec.sourceY = "2000";
-    spec.traces = Scaled<int32_t>(ShotGather(12, 512, 250, 5.0 * shot), 400000);
-    Write(dir / (std::string(records[shot]) + ".ORG"), BuildOyoRecord(spec));
+    OyoRecordContent record;
+    record.recordNumber = records[shot];
+    record.channels = "12";
+    record.samples = "512";
+    record.interval = "0.25";
+    record.delay = "0";
+    record.lowCut = "10";
+    record.highCut = "250";
+    record.notch = "50";
+    record.sourceX = sourceX[shot];
+    record.sourceY = "2000";
+    record.traces = Scaled<int32_t>(ShotGather(12, 512, 250, 5.0 * shot), 400000);
+    Write(dir / (std::string(records[shot]) + ".ORG"), BuildOyoRecord(record));
   }
 }
 

@@ -95,26 +95,26 @@ AbemDateTime ReadAbemDateTime(const std::string& path) {
   return DecodeAbemDateTime(fixed);
 }
 
-std::vector<uint8_t> BuildAbemRecord(const AbemRecordSpec& spec) {
+std::vector<uint8_t> BuildAbemRecord(const AbemRecordContent& record) {
   std::vector<uint8_t> out(kAbemDataStart, ' ');
   PutText(out, 0, "ABEM MARK3", 15);
-  PutText(out, 15, spec.lineName, 8);
-  PutText(out, 23, spec.date, 8);
-  PutText(out, 31, spec.time, 7);
+  PutText(out, 15, record.lineName, 8);
+  PutText(out, 23, record.date, 8);
+  PutText(out, 31, record.time, 7);
   // Lines 2 to 113: numbered labels, with the two values the reader takes.
   size_t at = 38;
   for (int line = 2; line <= kAbemChannelsLine; ++line) {
     out[at++] = '\r';
     out[at++] = '\n';
-    std::string text = line == kAbemIntervalLine   ? spec.intervalText
-                       : line == kAbemChannelsLine ? spec.channelsText
+    std::string text = line == kAbemIntervalLine   ? record.intervalText
+                       : line == kAbemChannelsLine ? record.channelsText
                                                    : "P" + std::to_string(line);
     for (char c : text) out[at++] = static_cast<uint8_t>(c);
   }
   out[at++] = '\r';
   out[at++] = '\n';
   std::fill(out.begin() + static_cast<std::ptrdiff_t>(at), out.end(), uint8_t{0});
-  for (const auto& trace : spec.traces) {
+  for (const auto& trace : record.traces) {
     for (int16_t v : trace) {
       uint8_t le[2];
       PutLE16(le, v);

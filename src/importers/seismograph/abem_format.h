@@ -54,7 +54,7 @@ AbemDateTime DecodeAbemDateTime(const std::vector<uint8_t>& fixed);
 AbemDateTime ReadAbemDateTime(const std::string& path);
 
 // A record in this layout, for the sample generator and the tests.
-struct AbemRecordSpec {
+struct AbemRecordContent {
   std::string lineName = "LINE 1";    // the 8-character field
   std::string date = "980615";        // YYMMDD
   std::string time = "14:32";         // HH:MM
@@ -62,6 +62,6 @@ struct AbemRecordSpec {
   std::string channelsText = "12";    // line 113
   std::vector<std::vector<int16_t>> traces;
 };
-std::vector<uint8_t> BuildAbemRecord(const AbemRecordSpec& spec);
+std::vector<uint8_t> BuildAbemRecord(const AbemRecordContent& record);
 
 }  // namespace vexmor

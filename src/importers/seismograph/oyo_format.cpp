@@ -57,7 +57,7 @@ int64_t OyoTraceOffset(int t, int32_t nbSamples, int sampleBytes) {
   return kOyoDataStart + static_cast<int64_t>(t - 1) * nbSamples * sampleBytes;
 }
 
-std::vector<uint8_t> BuildOyoRecord(const OyoRecordSpec& spec) {
+std::vector<uint8_t> BuildOyoRecord(const OyoRecordContent& record) {
   std::vector<uint8_t> out(kOyoDataStart, 0);
   const char mark[] = "OYO McSEIS-170";
   for (size_t i = 0; i + 1 < sizeof mark; ++i) out[i] = static_cast<uint8_t>(mark[i]);
@@ -65,22 +65,22 @@ std::vector<uint8_t> BuildOyoRecord(const OyoRecordSpec& spec) {
   for (int64_t at = kOyoRecordNumber.offset; at < kOyoFurther2.offset + kOyoFurther2.width; ++at) {
     out[static_cast<size_t>(at)] = ' ';
   }
-  PutField(out, kOyoRecordNumber, spec.recordNumber);
-  PutField(out, kOyoChannels, spec.channels);
-  PutField(out, kOyoSamples, spec.samples);
-  PutField(out, kOyoInterval, spec.interval);
-  PutField(out, kOyoDelay, spec.delay);
-  PutField(out, kOyoLowCut, spec.lowCut);
-  PutField(out, kOyoHighCut, spec.highCut);
-  PutField(out, kOyoNotch, spec.notch);
-  PutField(out, kOyoSourceX, spec.sourceX);
-  PutField(out, kOyoSourceY, spec.sourceY);
-  PutField(out, kOyoFurther1, spec.further1);
-  PutField(out, kOyoFurther2, spec.further2);
-  for (const auto& trace : spec.traces) {
+  PutField(out, kOyoRecordNumber, record.recordNumber);
+  PutField(out, kOyoChannels, record.channels);
+  PutField(out, kOyoSamples, record.samples);
+  PutField(out, kOyoInterval, record.interval);
+  PutField(out, kOyoDelay, record.delay);
+  PutField(out, kOyoLowCut, record.lowCut);
+  PutField(out, kOyoHighCut, record.highCut);
+  PutField(out, kOyoNotch, record.notch);
+  PutField(out, kOyoSourceX, record.sourceX);
+  PutField(out, kOyoSourceY, record.sourceY);
+  PutField(out, kOyoFurther1, record.further1);
+  PutField(out, kOyoFurther2, record.further2);
+  for (const auto& trace : record.traces) {
     for (int32_t v : trace) {
       uint8_t le[4];
-      if (spec.longSamples) {
+      if (record.longSamples) {
         PutLE32(le, v);
         out.insert(out.end(), le, le + 4);
       } else {

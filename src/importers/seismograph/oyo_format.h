@@ -70,7 +70,7 @@ int64_t OyoTraceOffset(int t, int32_t nbSamples, int sampleBytes);
 
 // A record in this layout, for the sample generator and the tests. Text
 // fields are written left-aligned and blank-padded to their width.
-struct OyoRecordSpec {
+struct OyoRecordContent {
   std::string recordNumber = "101";
   std::string channels = "12";
   std::string samples = "512";
@@ -86,6 +86,6 @@ struct OyoRecordSpec {
   bool longSamples = true;
   std::vector<std::vector<int32_t>> traces;
 };
-std::vector<uint8_t> BuildOyoRecord(const OyoRecordSpec& spec);
+std::vector<uint8_t> BuildOyoRecord(const OyoRecordContent& record);
 
 }  // namespace vexmor
