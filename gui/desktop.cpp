@@ -90,11 +90,9 @@ void Desktop::Hidden(Form& form) {
     windows_.erase(it);
     return;
   }
-  if (!session_.Ended() && session_.Find(form.Name()) == &form) {
-    window->hide();  // hidden, still loaded
-    return;
-  }
-  // Unloaded: the panel goes once its event has returned, the window with it.
+  // Hidden or unloaded, the window goes: the controls keep all the panel
+  // shows, and a panel shown again gets a new window from them. (A hidden
+  // panel may be unloaded without a word to the front.)
   windows_.erase(it);
   window->Detach();
   window->hide();

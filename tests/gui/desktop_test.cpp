@@ -68,17 +68,29 @@ TEST_F(DesktopTest, ClosingMainPanelsWindowEndsEverything) {
   }
 }
 
-TEST_F(DesktopTest, HiddenPanelKeepsItsWindowAndValues) {
+TEST_F(DesktopTest, HiddenPanelComesBackWithItsValues) {
   session.Open("MainPanel");
   session.Open("sisforme");
   auto* text3 = qobject_cast<QLineEdit*>(desktop.WindowOf("sisforme")->WidgetOf("Text3"));
   ASSERT_NE(text3, nullptr);
   text3->setText("12");
   session.Hide("sisforme");
-  EXPECT_FALSE(desktop.WindowOf("sisforme")->isVisible());
+  EXPECT_EQ(desktop.WindowOf("sisforme"), nullptr);
   session.Open("sisforme");
+  ASSERT_NE(desktop.WindowOf("sisforme"), nullptr);
   EXPECT_TRUE(desktop.WindowOf("sisforme")->isVisible());
-  EXPECT_EQ(session.Find("sisforme")->operator[]("Text3").Text(), "12");
+  EXPECT_EQ(qobject_cast<QLineEdit*>(desktop.WindowOf("sisforme")->WidgetOf("Text3"))->text(), "12");
+  // Unloaded while hidden: nothing of it is left on screen.
+  session.Hide("sisforme");
+  session.Close("sisforme");
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  EXPECT_EQ(desktop.WindowOf("sisforme"), nullptr);
+  for (QWidget* top : QApplication::topLevelWidgets()) {
+    auto* w = dynamic_cast<PanelWindow*>(top);
+    if (w != nullptr) {
+      EXPECT_TRUE(w->Detached() || w->GetForm().Name() == "MainPanel");
+    }
+  }
 }
 
 // The program's own loop: MainPanel comes up, and its Quit, or closing its
