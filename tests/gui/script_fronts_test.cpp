@@ -224,6 +224,44 @@ TEST(ScriptFronts, ConversionFailureShowsTheSameMessage) {
   EXPECT_NE(cli.out.find("message \"Verify your parameters...\" buttons=16"), std::string::npos) << cli.out;
 }
 
+// The bundled sample records through their importers, on both fronts.
+struct Bundled {
+  const char* panel;
+  const char* option;   // of MainPanel
+  const char* select;   // the panel's selection button
+  const char* output;   // its output button
+  const char* folder;   // under samples/
+  const char* files;
+};
+
+class BundledSamples : public testing::TestWithParam<Bundled> {};
+
+TEST_P(BundledSamples, SameTranscriptAndBytes) {
+  const Bundled& b = GetParam();
+  const fs::path samples = fs::path(VEXMOR_SOURCE_DIR) / "samples" / b.folder;
+  if (!fs::is_directory(samples)) GTEST_SKIP() << samples << " is not there";
+  Folder dir;
+  WriteAll(dir / "script.txt", std::string("open MainPanel\nclick ") + b.option + "\nuse " + b.panel +
+                                   "\nanswer dialog \"" + samples.string() + " " + b.files + "\"\nclick " +
+                                   b.select + "\nanswer dialog \"" + (dir / "OUT.SU") + "\"\nclick " + b.output +
+                                   "\nclick Command1\nshow state.NbSamples\nshow state.NbChannels\n");
+  const FrontRun cli = Cli(dir);
+  ASSERT_EQ(cli.status, 0) << cli.err;
+  const std::string cliBytes = ReadAll(dir / "OUT.SU");
+  fs::remove(dir.path / "OUT.SU");
+  const FrontRun gui = Gui(dir);
+  ExpectSameRun(cli, gui);
+  EXPECT_GT(cliBytes.size(), 240u) << cli.out;
+  EXPECT_TRUE(ReadAll(dir / "OUT.SU") == cliBytes) << "the output files differ";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Importers, BundledSamples,
+    testing::Values(Bundled{"abem", "Option5", "Command4", "Command3", "abem", "SHOT1.ABM SHOT2.ABM SHOT3.ABM"},
+                    Bundled{"es1225", "Option4", "Command3", "Command4", "es1225", "REC1.DAT REC2.DAT"},
+                    Bundled{"oyo", "Option10", "Command3", "Command4", "oyo", "101.ORG 102.ORG 105.ORG"}),
+    [](const testing::TestParamInfo<Bundled>& info) { return std::string(info.param.panel); });
+
 TEST(ScriptFronts, ScreenshotOfAPanelWindow) {
   Folder dir;
   const FrontRun main = RunFront(dir, "vexmor", "--screenshot MainPanel main.png");
