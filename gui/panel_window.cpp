@@ -23,7 +23,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
-#include <QTabBar>
+#include <QTabWidget>
 #include <QTableWidget>
 #include <QTextEdit>
 #include <QTimer>
@@ -151,6 +151,14 @@ void TypeInto(QWidget* w, int key) {
 // A label that shows a value rather than names one.
 bool HasValueBesideCaption(const Control& c) {
   return c.Kind() == ControlKind::Label && !c.Caption().empty() && c.Text() != c.Caption();
+}
+
+// The captions of a tab control: its lines, or its caption split at '|'.
+QStringList TabNames(const Control& c) {
+  QStringList names;
+  for (const std::string& item : c.Items()) names << Q(item);
+  if (names.isEmpty()) names = Q(c.Caption()).split(QChar('|'), Qt::SkipEmptyParts);
+  return names;
 }
 
 bool HasLabelBeside(const Control& c) {
@@ -337,7 +345,20 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
       rich->setAcceptRichText(false);
       return rich;
     }
-    case ControlKind::Tabs: return new QTabBar;
+    case ControlKind::Tabs: {
+      // One page for each tab; a control whose frame is "SSTab1:2" stands
+      // on the third page of SSTab1.
+      auto* tabs = new QTabWidget;
+      const QStringList names = TabNames(c);
+      for (int i = 0; i < names.size(); ++i) {
+        auto* page = new QWidget;
+        auto container = std::make_unique<Container>();
+        container->body = new QVBoxLayout(page);
+        containers_[c.Name() + ":" + std::to_string(i)] = std::move(container);
+        tabs->addTab(page, names[i]);
+      }
+      return tabs;
+    }
     case ControlKind::Drawing: return new Surface(c);
     case ControlKind::Timer:
       b.timer = new QTimer(this);
@@ -494,7 +515,7 @@ void PanelWindow::Connect(Bound& b) {
               [this, cp](int index) { FromUser([&] { cp->SetListIndex(index); }); });
       break;
     case ControlKind::Tabs:
-      connect(static_cast<QTabBar*>(w), &QTabBar::currentChanged, this,
+      connect(static_cast<QTabWidget*>(w), &QTabWidget::currentChanged, this,
               [this, cp](int index) { FromUser([&] { cp->SetTab(index); }); });
       break;
     case ControlKind::Timer:
@@ -689,18 +710,9 @@ void PanelWindow::Refresh(Bound& b) {
       break;
     }
     case ControlKind::Tabs: {
-      auto* tabs = static_cast<QTabBar*>(w);
-      QStringList names;
-      for (const std::string& item : c.Items()) names << Q(item);
-      if (names.isEmpty()) names = Q(c.Caption()).split(QChar('|'), Qt::SkipEmptyParts);
-      while (tabs->count() > names.size()) tabs->removeTab(tabs->count() - 1);
-      for (int i = 0; i < names.size(); ++i) {
-        if (i < tabs->count()) {
-          tabs->setTabText(i, names[i]);
-        } else {
-          tabs->addTab(names[i]);
-        }
-      }
+      auto* tabs = static_cast<QTabWidget*>(w);
+      const QStringList names = TabNames(c);
+      for (int i = 0; i < std::min<int>(names.size(), tabs->count()); ++i) tabs->setTabText(i, names[i]);
       if (c.Tab() >= 0 && c.Tab() < tabs->count()) tabs->setCurrentIndex(c.Tab());
       break;
     }
