@@ -33,6 +33,17 @@ bool HasScreen() {
          (qpa != nullptr && *qpa != '\0');
 }
 
+// Qt's notes that the offscreen platform cannot raise a window, and the
+// like, say nothing to a user of a script; everything else passes.
+QtMessageHandler qtHandler = nullptr;
+void QuietOffscreenNotes(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+  if (type == QtWarningMsg && (text.startsWith(QStringLiteral("This plugin does not support")) ||
+                               text.startsWith(QStringLiteral("QStandardPaths: XDG_RUNTIME_DIR not set")))) {
+    return;
+  }
+  if (qtHandler != nullptr) qtHandler(type, context, text);
+}
+
 std::optional<std::string> ReadScript(const std::string& file) {
   if (file == "-") return std::string(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
   std::ifstream in(file, std::ios::binary);
@@ -71,6 +82,7 @@ int main(int argc, char** argv) {
   if (script && !(text = ReadScript(argv[2]))) return 2;
   if (screenshot && argc == 5 && !(text = ReadScript(argv[4]))) return 2;
 
+  if (script || screenshot) qtHandler = qInstallMessageHandler(QuietOffscreenNotes);
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Vexmor"));
   // Only MainPanel's closing ends the program, not that of the last window.
