@@ -1,6 +1,8 @@
 #include "sample_formats.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -55,6 +57,45 @@ inline float DoubleToFloat(double d) {
   return static_cast<float>(d);
 }
 
+// IBM to IEEE for exponents up to 96, where no float overflows: the 24-bit
+// fraction times 2^(4e - 280) is exact in double and rounds to float as the
+// general conversion does. No table and no data-dependent branch, so the
+// compiler can work on several samples at once.
+inline float FastIbm(uint32_t ibm) {
+  const uint64_t scaleBits = uint64_t(4 * ((ibm >> 24) & 0x7F) + 743) << 52;
+  const double magnitude = double(int32_t(ibm & 0x00FFFFFFu)) * std::bit_cast<double>(scaleBits);
+  return BitsFloat(FloatBits(static_cast<float>(magnitude)) | (ibm & 0x80000000u));
+}
+
+}  // namespace
+
+namespace {
+
+// Samples whose exponents all stay in range take the fast loop, a trace at a
+// time; the others the exact general conversion. Built for AVX2 as well,
+// chosen when the processor has it.
+__attribute__((target_clones("avx2", "default")))
+void IbmSamples(bool bigEndian, const uint8_t* in, int64_t n, uint8_t* out) {
+  uint32_t worst = 0;
+  for (int64_t i = 0; i < n; ++i) {
+    uint32_t w;
+    std::memcpy(&w, in + 4 * i, 4);
+    if (bigEndian) w = Swap32(w);
+    worst = std::max(worst, w & 0x7FFFFFFFu);
+  }
+  if (worst > 0x60FFFFFFu) {
+    for (int64_t i = 0; i < n; ++i) PutFloat(out + 4 * i, IbmToFloat(Load32(in + 4 * i, bigEndian)));
+    return;
+  }
+  for (int64_t i = 0; i < n; ++i) {
+    uint32_t w;
+    std::memcpy(&w, in + 4 * i, 4);
+    if (bigEndian) w = Swap32(w);
+    const float f = FastIbm(w);
+    std::memcpy(out + 4 * i, &f, 4);
+  }
+}
+
 }  // namespace
 
 const SampleFormat* FindSampleFormat(int code) {
@@ -68,7 +109,7 @@ void SamplesToFloat(const SampleFormat& format, bool bigEndian, const uint8_t* i
   const int w = format.bytes;
   switch (format.code) {
     case 1:
-      for (int64_t i = 0; i < n; ++i) PutFloat(out + 4 * i, IbmToFloat(Load32(in + 4 * i, bigEndian)));
+      IbmSamples(bigEndian, in, n, out);
       return;
     case 5:
       SamplesKeepBits(bigEndian, in, n, out);

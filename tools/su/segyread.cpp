@@ -272,9 +272,10 @@ int Main(int argc, char** argv) {
   }
 
   const int64_t suBytes = kTraceHeaderBytes + 4 * layout.ns;
-  const int64_t perChunk = std::max<int64_t>(1, (int64_t(8) << 20) / layout.traceBytes);
+  const int64_t perChunk = std::max<int64_t>(1, (int64_t(1) << 20) / layout.traceBytes);
   std::vector<uint8_t> in(size_t(perChunk * layout.traceBytes));
   std::vector<uint8_t> out(size_t(perChunk * suBytes));
+  WidenPipe(1);
   Output output;
   int status = 0;
   for (int64_t trace = first; trace <= last; trace += perChunk) {

@@ -8,7 +8,9 @@
 
 namespace vexmor::su {
 
-SuReader::SuReader(int fd, std::string name) : fd_(fd), name_(std::move(name)), buffer_(size_t(1) << 20) {}
+SuReader::SuReader(int fd, std::string name) : fd_(fd), name_(std::move(name)), buffer_(size_t(1) << 20) {
+  WidenPipe(fd_);
+}
 
 size_t SuReader::Fill(uint8_t* data, size_t n) {
   size_t done = 0;

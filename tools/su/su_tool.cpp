@@ -152,6 +152,14 @@ size_t ReadFully(int fd, void* data, size_t n) {
   return done;
 }
 
+void WidenPipe(int fd) {
+  struct stat st {};
+  if (fstat(fd, &st) != 0 || !S_ISFIFO(st.st_mode)) return;
+  for (int size = 1 << 20; size >= (64 << 10); size /= 2) {
+    if (fcntl(fd, F_SETPIPE_SZ, size) >= 0) return;
+  }
+}
+
 void RequireOutputNotTerminal() {
   if (isatty(1)) throw ToolError("standard output is a terminal: send the traces to a file or a pipe");
 }

@@ -62,6 +62,10 @@ class Output {
 // at its end).
 size_t ReadFully(int fd, void* data, size_t n);
 
+// Gives a pipe the largest buffer the system allows: fewer, bigger hand-overs
+// between the tools of a pipeline. Nothing happens for other descriptors.
+void WidenPipe(int fd);
+
 // Fails when standard output is a terminal: traces are binary.
 void RequireOutputNotTerminal();
 
