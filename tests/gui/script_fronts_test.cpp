@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -233,6 +234,8 @@ struct Bundled {
   const char* folder;   // under samples/
   const char* files;
 };
+
+void PrintTo(const Bundled& b, std::ostream* os) { *os << b.panel; }
 
 class BundledSamples : public testing::TestWithParam<Bundled> {};
 
