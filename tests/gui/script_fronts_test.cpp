@@ -237,9 +237,9 @@ struct Bundled {
 
 void PrintTo(const Bundled& b, std::ostream* os) { *os << b.panel; }
 
-class BundledSamples : public testing::TestWithParam<Bundled> {};
+class FrontsOnSamples : public testing::TestWithParam<Bundled> {};
 
-TEST_P(BundledSamples, SameTranscriptAndBytes) {
+TEST_P(FrontsOnSamples, SameTranscriptAndBytes) {
   const Bundled& b = GetParam();
   const fs::path samples = fs::path(VEXMOR_SOURCE_DIR) / "samples" / b.folder;
   if (!fs::is_directory(samples)) GTEST_SKIP() << samples << " is not there";
@@ -259,7 +259,7 @@ TEST_P(BundledSamples, SameTranscriptAndBytes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Importers, BundledSamples,
+    Importers, FrontsOnSamples,
     testing::Values(Bundled{"abem", "Option5", "Command4", "Command3", "abem", "SHOT1.ABM SHOT2.ABM SHOT3.ABM"},
                     Bundled{"es1225", "Option4", "Command3", "Command4", "es1225", "REC1.DAT REC2.DAT"},
                     Bundled{"oyo", "Option10", "Command3", "Command4", "oyo", "101.ORG 102.ORG 105.ORG"}),
