@@ -546,6 +546,55 @@ TEST(ToolsSuToSegy, HeadersThenSegywriteBothFormatsAndOrders) {
   }
 }
 
+TEST(ToolsSegyRead, IbmBitPatternsOfEveryExponent) {
+  // Trace 1: exponents that every float holds (the fast path); trace 2: any
+  // pattern at all, overflow and underflow included (the exact path).
+  TempDir dir;
+  constexpr int ns = 4000;
+  std::vector<uint8_t> file(3600, 0);
+  PutBE16u(file.data() + 3220, ns);
+  PutBE16u(file.data() + 3224, 1);
+  uint32_t seed = 2024;
+  std::vector<uint32_t> words;
+  for (int t = 0; t < 2; ++t) {
+    std::vector<uint8_t> header(240, 0);
+    PutBE16u(header.data() + 114, ns);
+    file.insert(file.end(), header.begin(), header.end());
+    for (int i = 0; i < ns; ++i) {
+      seed = seed * 1664525u + 1013904223u;
+      uint32_t w = seed;
+      if (t == 0) {
+        // Normalised and within normal floats, where segyio is exact too.
+        w = (w & 0x80FFFFFFu) | uint32_t(34 + (seed >> 9) % 63) << 24;
+        if ((w & 0x00F00000u) == 0) w |= 0x00100000u;
+      }
+      words.push_back(w);
+      uint8_t b[4];
+      PutBE32u(b, w);
+      file.insert(file.end(), b, b + 4);
+    }
+  }
+  WriteBytes(dir / "ibm.sgy", file);
+  const ToolRun run = RunIn(dir.Str(), "'" + Bin("segyread") + "' tape=ibm.sgy endian=0 > out.su");
+  ASSERT_EQ(run.status, 0) << run.err;
+  const auto su = ReadSu(dir / "out.su");
+  ASSERT_EQ(su.size(), 2u);
+  std::vector<uint8_t> trace(file.begin() + 3840, file.begin() + 3840 + 4 * ns);
+  segy_to_native(SEGY_IBM_FLOAT_4_BYTE, ns, trace.data());
+  for (int i = 0; i < ns; ++i) {
+    const float got = su[0].samples[size_t(i)];
+    ASSERT_EQ(FloatBits(got), FloatBits(IbmToFloat(words[size_t(i)]))) << i;
+    float theirs;
+    std::memcpy(&theirs, trace.data() + 4 * i, 4);
+    ASSERT_EQ(got, theirs) << std::hex << words[size_t(i)];
+  }
+  for (int i = 0; i < ns; ++i) {
+    ASSERT_EQ(FloatBits(su[1].samples[size_t(i)]), FloatBits(IbmToFloat(words[size_t(ns + i)]))) << i;
+  }
+  // An unnormalised fraction still means 0.f x 16^(e-64).
+  EXPECT_EQ(IbmToFloat(0xD3026490u), static_cast<float>(-std::ldexp(double(0x026490), 4 * 19 - 24)));
+}
+
 #endif  // VEXMOR_HAVE_SEGYIO
 
 TEST(ToolsIbmFloat, KnownPatternsAndNearestRounding) {
