@@ -144,6 +144,14 @@ TEST(DztLayout, SeveralChannelsGiveOneTextEach) {
   EXPECT_THROW(DztToText(dir / "two.dzt", dir / "none.txt", second), DztError);
 }
 
+TEST(DztLayout, TheTextNeverReplacesTheRadarFile) {
+  TempDir dir;
+  const std::vector<uint8_t> bytes = MakeDzt(2, 16, 1, {1, 2});
+  test::WriteBytes(dir / "misnamed.txt", bytes);  // the text would take the same name
+  EXPECT_THROW(DztToText(dir / "misnamed.txt", "", {}), DztError);
+  EXPECT_EQ(test::ReadBytes(dir / "misnamed.txt"), bytes);
+}
+
 TEST(DztLayout, ACutLastScanIsLeftOutAndSaid) {
   TempDir dir;
   std::vector<uint8_t> bytes = MakeDzt(4, 16, 1, {1, 2, 3, 4, 5, 6});

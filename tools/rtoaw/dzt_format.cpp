@@ -3,6 +3,7 @@
 #include <cctype>
 #include <charconv>
 #include <cstring>
+#include <filesystem>
 
 #include "core/binary_file.h"
 #include "core/su_trace.h"
@@ -160,6 +161,12 @@ DztToTextResult DztToText(const std::string& input, const std::string& output, c
                    ", no channel " + std::to_string(options.channel));
   }
   const std::vector<std::string> names = DztTextNames(input, output, h.channels, options.channel);
+  for (const std::string& name : names) {
+    std::error_code ec;
+    if (std::filesystem::equivalent(input, name, ec)) {
+      throw DztError(input + ": the text " + name + " would replace the radar file itself; name another output");
+    }
+  }
   const int first = options.channel > 0 ? options.channel - 1 : 0;
   const int64_t rows = int64_t(h.samplesPerScan) * static_cast<int64_t>(names.size());
   int64_t done = 0;

@@ -105,6 +105,8 @@ int main(int argc, char** argv) {
     std::cerr << "rtoaw: " << e.what() << '\n';
   } catch (const std::bad_alloc&) {
     std::cerr << "rtoaw: " << input << ": too large to convert in memory\n";
+  } catch (const std::exception& e) {
+    std::cerr << "rtoaw: " << input << ": " << e.what() << '\n';
   }
   return 1;
 }

@@ -125,7 +125,7 @@ int Convert(const Arguments& a) {
     options.descale = a.descale;
     report = ConvertSeg2ToSu(a.inputs, [&out](const uint8_t* p, size_t n) { out.Write(p, n); }, options);
     out.Close();
-  } catch (const OutputError& e) {
+  } catch (const std::exception& e) {  // the output failed (disk full, no access)
     std::cerr << "seg2su: " << e.what() << '\n';
     return 1;
   }

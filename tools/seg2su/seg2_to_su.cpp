@@ -404,6 +404,9 @@ Seg2SuReport ConvertSeg2ToSu(const std::vector<std::string>& inputs, const SuRec
       } catch (const RunTimeFailure& e) {
         report.messages.push_back(e.what());
         ++report.filesFailed;
+      } catch (const std::bad_alloc&) {
+        report.messages.push_back(in.path + ": too large to hold in memory");
+        ++report.filesFailed;
       }
     } else {
       ++report.filesFailed;
