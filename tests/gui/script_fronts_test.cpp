@@ -45,10 +45,11 @@ struct FrontRun {
 };
 
 // Runs a program on the script in the folder; "-" feeds it on standard input.
-FrontRun RunFront(const Folder& dir, const std::string& program, const std::string& how) {
+FrontRun RunFront(const Folder& dir, const std::string& program, const std::string& how,
+                  const std::string& launcher = "QT_QPA_PLATFORM=offscreen ") {
   const std::string bin = VEXMOR_BIN_DIR;
-  const std::string command = "cd '" + dir.path.string() + "' && QT_QPA_PLATFORM=offscreen '" + bin + "/" +
-                              program + "' " + how + " > front.out 2> front.err";
+  const std::string command = "cd '" + dir.path.string() + "' && " + launcher + "'" + bin + "/" + program + "' " +
+                              how + " > front.out 2> front.err";
   const int rc = std::system(command.c_str());
   FrontRun r;
   r.status = WIFEXITED(rc) ? WEXITSTATUS(rc) : -1;
@@ -207,6 +208,26 @@ TEST(ScriptFronts, GenericImporterConvertsTheSameBytes) {
   EXPECT_EQ(cliBytes.size(), 6u * (240 + 16 * 4));
   EXPECT_TRUE(guiBytes == cliBytes) << "the output files differ";
   EXPECT_NE(cli.out.find("message \"OK, Conversion done\""), std::string::npos) << cli.out;
+}
+
+TEST(ScriptFronts, OnAnXServerToo) {
+  if (std::system("command -v xvfb-run > /dev/null 2>&1") != 0) GTEST_SKIP() << "no xvfb-run";
+  Folder dir;
+  WriteRecords(dir);
+  const std::string d = dir.path.string();
+  WriteAll(dir / "script.txt",
+           "open MainPanel\nclick Option7\nuse sisforme\nanswer dialog \"" + d +
+               " LINE1.DAT LINE2.DAT\"\nclick Command5\nset Text3 3\nset Text4 16\nset Text7 100\n"
+               "set Text8 20\nclick Option1\nanswer dialog \"" + d + "/OUT.SU\"\nclick Command4\n"
+               "click Command1\nclick Command2\nclose sisforme\nuse MainPanel\nclick Command2\n");
+  const FrontRun cli = Cli(dir);
+  const std::string cliBytes = ReadAll(dir / "OUT.SU");
+  fs::remove(dir.path / "OUT.SU");
+  const std::string suppressions = std::string(VEXMOR_SOURCE_DIR) + "/tests/gui/lsan.supp";
+  const FrontRun gui = RunFront(dir, "vexmor", "--script script.txt",
+                                "env -u QT_QPA_PLATFORM LSAN_OPTIONS=suppressions='" + suppressions + "' xvfb-run -a ");
+  ExpectSameRun(cli, gui);
+  EXPECT_TRUE(ReadAll(dir / "OUT.SU") == cliBytes) << "the output files differ";
 }
 
 TEST(ScriptFronts, ConversionFailureShowsTheSameMessage) {
