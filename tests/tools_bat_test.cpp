@@ -117,6 +117,38 @@ TEST(ToolsBatchRunner, ToolsReportBrokenStreams) {
   EXPECT_NE(run.err.find("notakey"), std::string::npos);
 }
 
+TEST(ToolsBatchRunner, BlanksInFolderNamesWithoutQuotes) {
+  // The scripts join paths as they stand; a folder named "My Data" and a
+  // tool folder "SU tools" still work.
+  TempDir top;
+  const std::string data = top / "My Data";
+  const std::string tools = top / "SU tools";
+  std::filesystem::create_directories(data);
+  std::filesystem::create_directories(tools);
+  for (const char* tool : {"segyread", "segyclean", "segyhdrs", "segywrite"}) {
+    std::filesystem::create_symlink(Bin(tool), tools + "/" + tool);
+  }
+  std::vector<SuTrace> traces(4);
+  for (int t = 0; t < 4; ++t) {
+    traces[size_t(t)].header.assign(240, 0);
+    PutLE32(traces[size_t(t)].header.data(), t + 1);
+    PutLE16(traces[size_t(t)].header.data() + 116, 1000);
+    for (int i = 0; i < 50; ++i) traces[size_t(t)].samples.push_back(float(i * 4 - 100 + t));
+  }
+  WriteBytes(data + "/in.su", SuFile(traces));
+  const std::string script = tools + "/SEGYHDRS <" + data + "/in.su ns= 50 dt= 1000 bfile=binary hfile=header\r\n" +
+                             "copy /b " + data + "/header + " + data + "/binary + " + data + "/in.su " + data +
+                             "/joined.sgy\r\n" + tools + "/SEGYWRITE <" + data + "/in.su tape=" + data +
+                             "/out.sgy conv=1 trmin= 1 trmax= 4 endian=0 buffer=0 errmax=0\r\n" + tools +
+                             "/SEGYREAD tape=" + data + "/out.sgy endian=0 | " + tools + "/SEGYCLEAN >" + data +
+                             "/back.su\r\n";
+  const ToolRun run = RunBat(data, script);
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(ReadBytes(data + "/joined.sgy").size(), 3600 + ReadBytes(data + "/in.su").size());
+  // Small whole numbers pass IBM float unchanged: the SU file comes back.
+  EXPECT_EQ(ReadBytes(data + "/back.su"), ReadBytes(data + "/in.su"));
+}
+
 // Sets an environment variable for the length of a test.
 class EnvVar {
  public:

@@ -35,7 +35,7 @@ inline ToolRun RunIn(const std::string& folder, const std::string& command) {
 // Writes a .bat script (CR LF lines) and runs it with the batch runner.
 inline ToolRun RunBat(const std::string& folder, const std::string& script, const std::string& name = "convert.bat") {
   WriteText(folder + "/" + name, script);
-  return RunIn(folder, "'" + Bin("vexmor-bat") + "' '" + folder + "/" + name + "'");
+  return RunIn(folder, "'" + Bin("vexmor-bat") + "' '" + folder + "/" + name + "' > .stdout");
 }
 
 struct SuTrace {

@@ -83,6 +83,26 @@ struct Stage {
   bool append = false;
 };
 
+bool IsFolder(const std::string& path) {
+  std::error_code ec;
+  return !path.empty() && fs::is_directory(path, ec);
+}
+
+std::string ParentOf(const std::string& path) {
+  const size_t cut = path.rfind(kSep);
+  return cut == std::string::npos ? "." : (cut == 0 ? "/" : path.substr(0, cut));
+}
+
+// The scripts put paths into lines without quotes, so a blank inside a
+// folder name splits it. A name is taken with the words behind it when the
+// longer name is what exists: an input file, or the folder of an output.
+bool BetterInput(const std::string& name, const std::string& longer) {
+  return FileExists(ResolveExisting(name)) == 0 && FileExists(ResolveExisting(longer)) == 1;
+}
+bool BetterOutput(const std::string& name, const std::string& longer) {
+  return longer.find(kSep, name.size()) != std::string::npos && IsFolder(ParentOf(longer));
+}
+
 // One stage: words and its redirections, quotes kept together.
 Stage ParseStage(const std::string& text) {
   Stage stage;
@@ -98,8 +118,27 @@ Stage ParseStage(const std::string& text) {
         quoted = !quoted;
         continue;
       }
-      if (!quoted && (c == ' ' || c == '<' || c == '>')) break;
+      if (!quoted && (c == ' ' || c == '<' || c == '>' || c == '|')) break;
       name += c;
+    }
+    return name;
+  };
+  // Takes up to four more plain words when together they make a better name.
+  auto extend = [&](std::string name, bool output) {
+    size_t at = i;
+    std::string longer = name;
+    for (int k = 0; k < 4 && at < text.size(); ++k) {
+      size_t b = at;
+      while (b < text.size() && text[b] == ' ') ++b;
+      size_t e = b;
+      while (e < text.size() && text[e] != ' ' && text[e] != '<' && text[e] != '>' && text[e] != '|' && text[e] != '"') ++e;
+      if (e == b) break;
+      longer += " " + text.substr(b, e - b);
+      at = e;
+      if (output ? BetterOutput(name, longer) : BetterInput(name, longer)) {
+        i = at;
+        return longer;
+      }
     }
     return name;
   };
@@ -109,7 +148,7 @@ Stage ParseStage(const std::string& text) {
     if (c == '"') quoted = !quoted;
     if (!quoted && c == '<') {
       ++i;
-      stage.in = takeName();
+      stage.in = extend(takeName(), false);
       continue;
     }
     if (!quoted && c == '>') {
@@ -124,7 +163,7 @@ Stage ParseStage(const std::string& text) {
       if (toErr) {
         stage.err = takeName();
       } else {
-        stage.out = takeName();
+        stage.out = extend(takeName(), true);
         stage.append = append;
       }
       continue;
@@ -193,16 +232,39 @@ int Copy(const std::vector<std::string>& words) {
     }
     if (!part.empty()) tokens.push_back(part);
   }
+  // A source split by a blank in a folder name is joined again when the
+  // joined name exists.
+  auto takeSource = [&](size_t& t) {
+    std::string name = tokens[t++];
+    std::string longer = name;
+    for (size_t k = t; k < tokens.size() && k < t + 4 && tokens[k] != "+"; ++k) {
+      longer += " " + tokens[k];
+      if (BetterInput(name, longer)) {
+        t = k + 1;
+        return longer;
+      }
+    }
+    return name;
+  };
   std::vector<std::string> sources;
   size_t t = 0;
   while (t < tokens.size() && tokens[t] == "+") ++t;
-  if (t < tokens.size()) sources.push_back(tokens[t++]);
+  if (t < tokens.size()) sources.push_back(takeSource(t));
   while (t + 1 < tokens.size() && tokens[t] == "+") {
-    sources.push_back(tokens[t + 1]);
-    t += 2;
+    ++t;
+    sources.push_back(takeSource(t));
   }
   while (t < tokens.size() && tokens[t] == "+") ++t;
   std::string destination = t < tokens.size() ? tokens[t++] : "";
+  // The destination likewise, when its folder exists only with the blank.
+  if (t < tokens.size()) {
+    std::string longer = destination;
+    for (size_t k = t; k < tokens.size(); ++k) longer += " " + tokens[k];
+    if (BetterOutput(destination, longer)) {
+      destination = longer;
+      t = tokens.size();
+    }
+  }
   if (sources.empty() || t < tokens.size()) {
     Say("copy: The syntax of the command is incorrect.");
     return 1;
@@ -303,7 +365,10 @@ int Pause() {
 }
 
 std::string FindProgram(const std::string& name, const Options& options) {
-  if (name.find(kSep) != std::string::npos) return ResolveExisting(name);
+  if (name.find(kSep) != std::string::npos) {
+    const std::string found = ResolveExisting(name);
+    return FileExists(found) == 1 ? found : "";
+  }
   const std::string here = ResolveExisting(name);
   if (FileExists(here) == 1 && access(here.c_str(), X_OK) == 0) return "./" + here;
   const std::string beside = ResolveExisting(options.programFolder + kSep + name);
@@ -385,6 +450,16 @@ int RunPipeline(std::vector<Stage>& stages, const Options& options) {
       continue;
     }
     programs[i] = FindProgram(stage.words[0], options);
+    // A tool folder with a blank in its name: "/home/me/SU tools/SEGYREAD".
+    for (size_t k = 1; programs[i].empty() && k < std::min<size_t>(stage.words.size(), 5); ++k) {
+      std::string longer = stage.words[0];
+      for (size_t j = 1; j <= k; ++j) longer += " " + stage.words[j];
+      programs[i] = FindProgram(longer, options);
+      if (!programs[i].empty()) {
+        stage.words.erase(stage.words.begin() + 1, stage.words.begin() + std::ptrdiff_t(k + 1));
+        stage.words[0] = longer;
+      }
+    }
     if (programs[i].empty()) {
       Say("'" + stage.words[0] + "' is not recognized as an internal or external command, operable program or batch file.");
       lastStatus = 1;

@@ -80,6 +80,10 @@ class RtoawWindow : public QWidget {
     ShowHeader();
   }
 
+  // The line edit says "editing finished" when it loses its focus, also while
+  // the window goes; by then there is no window left to update.
+  ~RtoawWindow() override { input_->disconnect(this); }
+
   void SetInput(const QString& path) {
     input_->setText(path);
     if (!path.isEmpty()) {

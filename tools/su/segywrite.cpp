@@ -110,9 +110,16 @@ int Main(int argc, char** argv) {
     output.Write(text.data(), text.size());
     output.Write(bin.data(), bin.size());
     std::vector<uint8_t> out;
+    const int firstNs = reader.Ns();
+    bool told = false;
     while (have && reader.Count() <= trmax) {
       auto& trace = reader.Trace();
       const int ns = reader.Ns();
+      if (ns != firstNs && !told) {
+        Note("trace " + std::to_string(reader.Count()) + " has " + std::to_string(ns) + " samples, the first " +
+             std::to_string(firstNs) + ": written as it is, but most readers expect one length");
+        told = true;
+      }
       out.resize(trace.size());
       std::memcpy(out.data(), trace.data(), kTraceHeaderBytes);
       if (big) SwapTraceWords(out.data());

@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "core/byte_order.h"
+#include "core/paths.h"
 #include "core/su_trace.h"
 
 namespace vexmor::su {
@@ -32,7 +33,18 @@ void Note(const std::string& text) {
   [[maybe_unused]] const ssize_t r = write(2, line.data(), line.size());
 }
 
+namespace {
+// Whether the folder part of a path exists.
+bool FolderPartExists(const std::string& path) {
+  const size_t cut = path.rfind(kSep);
+  if (cut == std::string::npos) return true;
+  struct stat st {};
+  return stat(cut == 0 ? "/" : path.substr(0, cut).c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+}  // namespace
+
 Params::Params(const std::string& tool, int argc, char** argv, const std::vector<std::string>& known) {
+  std::string lastKey;
   for (int i = 1; i < argc; ++i) {
     std::string word = argv[i];
     // "ns= 1000": the job scripts put a blank between some keys and values.
@@ -40,6 +52,14 @@ Params::Params(const std::string& tool, int argc, char** argv, const std::vector
       word += argv[++i];
     }
     const size_t eq = word.find('=');
+    if (eq == std::string::npos && !lastKey.empty() && values_.count(lastKey) != 0) {
+      // The job scripts don't quote paths: "tape=/home/me/My Data/line.sgy".
+      const std::string longer = values_[lastKey] + " " + word;
+      if (FileExists(ResolveExisting(longer)) == 1 || (word.find(kSep) != std::string::npos && FolderPartExists(longer))) {
+        values_[lastKey] = longer;
+        continue;
+      }
+    }
     if (eq == std::string::npos || eq == 0) {
       throw ToolError("'" + word + "' is not a key=value parameter");
     }
@@ -51,6 +71,7 @@ Params::Params(const std::string& tool, int argc, char** argv, const std::vector
       continue;
     }
     values_[key] = word.substr(eq + 1);
+    lastKey = key;
   }
   (void)tool;
 }
