@@ -318,19 +318,6 @@ TEST(PanelWindowTimer, RunsWhileEnabledAndNotUnderAScript) {
   EXPECT_EQ(timer->interval(), 500);
 }
 
-TEST(PanelWindowClose, TheUserClosingTheWindowIsReported) {
-  QtPlatform platform;
-  SharedState state;
-  Session session(platform, state);
-  TestPanel panel(session);
-  PanelWindow window(panel.form, true);
-  int closed = 0;
-  window.onUserClose = [&](PanelWindow&) { ++closed; };
-  window.show();
-  window.close();
-  EXPECT_EQ(closed, 1);
-}
-
 // The kinds that the editor, the explorer and the test display use.
 constexpr ControlSpec kMoreControls[] = {
     {"mnuFile", Menu, "&File"},

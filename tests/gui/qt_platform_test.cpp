@@ -231,18 +231,6 @@ TEST(QtPlatformFileDialog, CancelGivesThePresetAndANewNameCanBeTyped) {
   EXPECT_EQ(platform.ChooseFile(request), "/nowhere/x.SU");
 }
 
-TEST(QtPlatformBusy, OverrideCursorFollowsOnAndOff) {
-  QtPlatform platform;
-  platform.BusyPointer(true, "sisforme");
-  platform.BusyPointer(true, "sisforme");
-  ASSERT_NE(QApplication::overrideCursor(), nullptr);
-  EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
-  platform.BusyPointer(false, "sisforme");
-  EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-  platform.BusyPointer(false, "sisforme");
-  EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-}
-
 TEST(QtPlatformShell, RunsAJobScriptWithoutWaitingForIt) {
   TempFolder dir;
   std::ofstream(dir.path / "IN.TXT") << "traces";
