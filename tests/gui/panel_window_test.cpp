@@ -104,26 +104,26 @@ class PanelWindowTest : public testing::Test {
 
 TEST_F(PanelWindowTest, EveryCaptionAndToolTipOfTheTableIsOnScreen) {
   EXPECT_EQ(window.windowTitle(), "Test caption");
-  for (const ControlSpec& spec : kTestControls) {
-    QWidget* w = window.WidgetOf(std::string(spec.name));
-    if (spec.kind == Timer) {
+  for (const ControlSpec& row : kTestControls) {
+    QWidget* w = window.WidgetOf(std::string(row.name));
+    if (row.kind == Timer) {
       EXPECT_EQ(w, nullptr);
       continue;
     }
-    ASSERT_NE(w, nullptr) << spec.name;
-    EXPECT_EQ(w->toolTip().toStdString(), spec.toolTip) << spec.name;
+    ASSERT_NE(w, nullptr) << row.name;
+    EXPECT_EQ(w->toolTip().toStdString(), row.toolTip) << row.name;
     QString shown;
     if (auto* b = qobject_cast<QAbstractButton*>(w)) shown = b->text();
     if (auto* g = qobject_cast<QGroupBox*>(w)) shown = g->title();
-    if (QLabel* beside = window.LabelOf(std::string(spec.name))) {
+    if (QLabel* beside = window.LabelOf(std::string(row.name))) {
       shown = beside->text();
-      EXPECT_EQ(beside->toolTip().toStdString(), spec.toolTip) << spec.name;
-      EXPECT_EQ(beside->buddy(), w) << spec.name;
+      EXPECT_EQ(beside->toolTip().toStdString(), row.toolTip) << row.name;
+      EXPECT_EQ(beside->buddy(), w) << row.name;
     } else if (auto* l = qobject_cast<QLabel*>(w)) {
       shown = l->text();
     }
-    if (!spec.caption.empty()) {
-      EXPECT_EQ(shown.toStdString(), spec.caption) << spec.name;
+    if (!row.caption.empty()) {
+      EXPECT_EQ(shown.toStdString(), row.caption) << row.name;
     }
   }
   // A label with a value shows the value, its caption beside it.
