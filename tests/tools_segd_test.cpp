@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <string>
@@ -41,6 +42,19 @@ TEST(ToolsSegdRead, RealRecordGivesTheReferenceSu) {
   }
   EXPECT_EQ(GetWord(ours[83].header.data(), SuWordNamed("tracf")), 84);
   EXPECT_EQ(GetWord(ours[0].header.data(), SuWordNamed("year")), 2007);
+
+  // Two records one behind the other, as a field tape copied to disk.
+  auto twice = ReadBytes(segd);
+  const auto once = twice;
+  twice.insert(twice.end(), once.begin(), once.end());
+  WriteBytes(dir / "two.sgd", twice);
+  const ToolRun both = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=two.sgd > two.su");
+  ASSERT_EQ(both.status, 0) << both.err;
+  const auto two = ReadBytes(dir / "two.su");
+  const auto one = ReadBytes(dir / "OUT.SU");
+  ASSERT_EQ(two.size(), 2 * one.size());
+  EXPECT_TRUE(std::equal(one.begin(), one.end(), two.begin() + std::ptrdiff_t(one.size())));
+  EXPECT_NE(both.err.find("2 record(s), 168 traces"), std::string::npos) << both.err;
 }
 
 TEST(ToolsSegdRead, CutAndDamagedRealRecord) {
