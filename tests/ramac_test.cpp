@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <utime.h>
 
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <sstream>
@@ -307,6 +308,45 @@ TEST(RamacConvert, AnOutputThatCannotBeWrittenIsReported) {
       RunRadar(Fields(rd3, "1", "8", "1", "0") + "set Text5 " + dir / "no/such/folder.SU" + "\nclick Command1\n");
   EXPECT_NE(out.find("message \"The SU file can't be written: "), std::string::npos) << out;
   EXPECT_EQ(out.find("OK Conversion done"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace vexmor
+
+namespace vexmor {
+namespace {
+
+const std::string kSampleFolder = std::string(VEXMOR_SOURCE_DIR) + "/samples/ramac";
+
+TEST(RamacSample, TheBundledProfileConverts) {
+  TempDir dir;
+  const std::string output = dir / "PROFILE1.SU";
+  const std::string out = RunRadar("answer dialog " + kSampleFolder + "/PROFILE1.rd3\nclick Command3\nset Text5 " +
+                                   output + "\nclick Command1\nshow Text4\n");
+  EXPECT_NE(out.find("Text4 = \"0.5\""), std::string::npos) << out;
+  const SuOut su = ReadSu(output);
+  ASSERT_EQ(su.ns, 256);
+  ASSERT_EQ(su.Traces(), 80u);
+  EXPECT_EQ(su.Word(1, "dt"), 500);
+  EXPECT_EQ(su.Word(80, "tracl"), 80);
+  EXPECT_EQ(su.Word(80, "d2"), 0.05f);
+  EXPECT_EQ(su.Word(80, "offset"), 4);  // 79 x 0.05 = 3.95
+  // The direct wave peaks at 10 ns: input sample 21, output sample 22.
+  float peak = 0;
+  int at = 0;
+  for (int k = 1; k <= 256; ++k) {
+    if (su.Sample(1, k) > peak) peak = su.Sample(1, k), at = k;
+  }
+  EXPECT_EQ(at, 22);
+}
+
+TEST(RamacSample, TheGeneratorWritesTheCommittedBytes) {
+  if (std::system("python3 -c '' 2>/dev/null") != 0) GTEST_SKIP() << "no python3";
+  TempDir dir;
+  ASSERT_EQ(std::system(("python3 " + kSampleFolder + "/make_profile.py " + dir.Str()).c_str()), 0);
+  for (const char* name : {"PROFILE1.rd3", "PROFILE1.rad"}) {
+    EXPECT_EQ(test::ReadBytes(dir / name), test::ReadBytes(kSampleFolder + "/" + name)) << name;
+  }
 }
 
 }  // namespace
