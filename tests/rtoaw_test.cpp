@@ -208,6 +208,20 @@ TEST(RtoawProgram, MessagesAndExitStatus) {
   EXPECT_NE(r.out.find("Samples per scan: 2."), std::string::npos);
 }
 
+// The window, where it is built: file in, Convert pressed, final message.
+TEST(RtoawProgram, WindowConvertsAndEndsWithItsMessage) {
+  TempDir dir;
+  if (RunTool(dir, kBin + "/rtoaw -h").out.find("--screenshot") == std::string::npos) {
+    GTEST_SKIP() << "built without the window";
+  }
+  test::WriteBytes(dir / "a.DZT", MakeDzt(2, 16, 1, {32770, 32766}));
+  const ToolRun r = RunTool(dir, "QT_QPA_PLATFORM=offscreen " + kBin + "/rtoaw --screenshot " + dir / "w.png " +
+                                     dir / "a.DZT " + dir / "a.txt");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(test::ReadText(dir / "a.txt"), "2\r\n-2\r\n");
+  EXPECT_TRUE(std::filesystem::exists(dir / "w-message.png"));
+}
+
 // The two-step route starts the program folder's "rtoaw.exe": our rtoaw,
 // which with no desktop prints its usage and ends.
 TEST(RtoawProgram, TwoStepRouteNameStartsOurProgram) {

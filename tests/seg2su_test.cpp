@@ -460,6 +460,21 @@ TEST(Seg2SuProgram, ListShowsTheKeywordsThatNoWordTakes) {
   EXPECT_NE(r.out.find("trace 3: 1 samples, float64"), std::string::npos);
 }
 
+// The window, where it is built: files in, Convert pressed, final message.
+TEST(Seg2SuProgram, WindowConvertsAndEndsWithItsMessage) {
+  TempDir dir;
+  if (RunCommand(dir, kBin + "/seg2su -h").out.find("--screenshot") == std::string::npos) {
+    GTEST_SKIP() << "built without the window";
+  }
+  test::WriteBytes(dir / "a.dat", MakeSeg2({}, ThreeTraces({1, 2, 3}), 2, true));
+  const ProgramRun r = RunCommand(dir, "QT_QPA_PLATFORM=offscreen " + kBin + "/seg2su --screenshot " +
+                                           dir / "w.png -o " + dir / "w.su " + dir / "a.dat " + dir / "gone.dat");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(test::ReadBytes(dir / "w.su").size(), 3u * static_cast<size_t>(TraceSize(3)));
+  EXPECT_TRUE(std::filesystem::exists(dir / "w.png"));
+  EXPECT_TRUE(std::filesystem::exists(dir / "w-message.png"));
+}
+
 // The main panel starts "SEG2SU.EXE"; the platform finds our seg2su, which
 // with no desktop prints its usage and ends instead of waiting.
 TEST(Seg2SuProgram, MainPanelNameStartsOurProgram) {

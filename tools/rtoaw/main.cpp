@@ -29,7 +29,8 @@ const char* const kUsage =
     "The text has one row for each sample and one column for each scan, separated by commas.\n"
 #ifdef VEXMOR_TOOL_WINDOW
     "Started with no argument on a desktop, rtoaw opens its window.\n"
-    "  --screenshot FILE.png [FILE.DZT]   draw the window to a picture and end\n"
+    "  --screenshot FILE.png [FILE.DZT [FILE.TXT]]   draw the window to a picture and end; with a\n"
+    "               text named, convert first and draw the final message to FILE-message.png\n"
 #endif
     ;
 
@@ -78,7 +79,9 @@ int main(int argc, char** argv) {
     }
   }
 #ifdef VEXMOR_TOOL_WINDOW
-  if (!screenshot.empty()) return RunRtoawWindow(argc, argv, screenshot, files.empty() ? "" : files[0]);
+  if (!screenshot.empty()) {
+    return RunRtoawWindow(argc, argv, screenshot, files.empty() ? "" : files[0], files.size() > 1 ? files[1] : "");
+  }
   if (argc == 1 && DesktopPresent()) return RunRtoawWindow(argc, argv, "", "");
 #endif
   if (files.empty() || files.size() > 2) return Usage(files.empty() ? "" : "one DZT file at a time");

@@ -14,8 +14,11 @@
 #include <QPixmap>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <QWidget>
+
+#include <filesystem>
 
 #include "dzt_format.h"
 
@@ -84,6 +87,9 @@ class RtoawWindow : public QWidget {
   // the window goes; by then there is no window left to update.
   ~RtoawWindow() override { input_->disconnect(this); }
 
+  void SetOutput(const QString& path) { output_->setText(path); }
+  QPushButton* ConvertButton() { return convert_; }
+
   void SetInput(const QString& path) {
     input_->setText(path);
     if (!path.isEmpty()) {
@@ -135,7 +141,8 @@ class RtoawWindow : public QWidget {
   void Convert() {
     const QString input = input_->text().trimmed();
     const QString output = output_->text().trimmed();
-    if (QFileInfo(input) == QFileInfo(output)) {
+    std::error_code ec;  // names that don't exist are no match
+    if (std::filesystem::equivalent(input.toStdString(), output.toStdString(), ec)) {
       QMessageBox::warning(this, kTitle, "The output is the DZT file itself; choose another name.");
       return;
     }
@@ -177,16 +184,38 @@ class RtoawWindow : public QWidget {
   QPushButton* convert_;
 };
 
+// Presses the button; the first dialog that it opens is drawn to
+// `picture` and closed, so that the whole round can be seen without a user.
+void PressAndDrawDialog(QPushButton* button, const QString& picture) {
+  auto* timer = new QTimer(button);
+  QObject::connect(timer, &QTimer::timeout, timer, [timer, picture] {
+    if (QWidget* dialog = QApplication::activeModalWidget()) {
+      timer->stop();
+      dialog->grab().save(picture);
+      dialog->close();
+    }
+  });
+  timer->start(50);
+  button->click();
+  timer->stop();
+}
+
 }  // namespace
 
-int RunRtoawWindow(int argc, char** argv, const std::string& screenshot, const std::string& input) {
+int RunRtoawWindow(int argc, char** argv, const std::string& screenshot, const std::string& input,
+                   const std::string& output) {
   QApplication app(argc, argv);
   RtoawWindow window;
   if (!input.empty()) window.SetInput(QString::fromStdString(input));
   window.show();
-  if (!screenshot.empty()) {
-    QApplication::processEvents();
-    return window.grab().save(QString::fromStdString(screenshot)) ? 0 : 1;
+  if (screenshot.empty()) return app.exec();
+  QApplication::processEvents();
+  const QString picture = QString::fromStdString(screenshot);
+  if (!output.empty()) {
+    window.SetOutput(QString::fromStdString(output));
+    QString message = picture;
+    message.insert(message.lastIndexOf('.') < 0 ? message.size() : message.lastIndexOf('.'), "-message");
+    PressAndDrawDialog(window.ConvertButton(), message);
   }
-  return app.exec();
+  return window.grab().save(picture) ? 0 : 1;
 }

@@ -4,6 +4,9 @@
 // samples per scan to remember.
 #include <string>
 
-// Runs the window until it is closed; with a screenshot path, draws it to
-// that picture (with `input` chosen) and ends.
-int RunRtoawWindow(int argc, char** argv, const std::string& screenshot, const std::string& input);
+// Runs the window until it is closed. With a screenshot path it draws the
+// window to that picture (with `input` chosen) and ends; with an output too,
+// it first presses Convert and draws the final message to the same name with
+// "-message" added.
+int RunRtoawWindow(int argc, char** argv, const std::string& screenshot, const std::string& input,
+                   const std::string& output = "");

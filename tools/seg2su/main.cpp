@@ -31,7 +31,8 @@ const char* const kUsage =
     "  -h           this text\n"
 #ifdef VEXMOR_TOOL_WINDOW
     "Started with no argument on a desktop, seg2su opens its window.\n"
-    "  --screenshot FILE.png [FILE...]   draw the window to a picture and end\n"
+    "  --screenshot FILE.png [-o OUT.su] [FILE...]   draw the window to a picture and end; with -o,\n"
+    "               convert first and draw the final message to FILE-message.png\n"
 #endif
     ;
 
@@ -153,7 +154,7 @@ int main(int argc, char** argv) {
     return 0;
   }
 #ifdef VEXMOR_TOOL_WINDOW
-  if (!a.screenshot.empty()) return RunSeg2SuWindow(argc, argv, a.screenshot, a.inputs);
+  if (!a.screenshot.empty()) return RunSeg2SuWindow(argc, argv, a.screenshot, a.inputs, a.output);
   if (argc == 1 && DesktopPresent()) return RunSeg2SuWindow(argc, argv, "", {});
 #endif
   if (a.inputs.empty()) {

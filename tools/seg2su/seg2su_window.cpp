@@ -14,8 +14,11 @@
 #include <QPixmap>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <QWidget>
+
+#include <filesystem>
 
 #include "seg2_to_su.h"
 #include "tool_output.h"
@@ -84,6 +87,9 @@ class Seg2SuWindow : public QWidget {
     Update();
   }
 
+  void SetOutput(const QString& path) { output_->setText(path); }
+  QPushButton* ConvertButton() { return convert_; }
+
   void Add(const QStringList& paths) {
     files_->addItems(paths);
     if (output_->text().isEmpty() && !paths.isEmpty()) {
@@ -123,7 +129,8 @@ class Seg2SuWindow : public QWidget {
       return;
     }
     for (const std::string& in : inputs) {
-      if (QFileInfo(QString::fromStdString(in)) == QFileInfo(output)) {
+      std::error_code ec;  // names that don't exist are no match
+      if (std::filesystem::equivalent(in, output.toStdString(), ec)) {
         QMessageBox::warning(this, kTitle, output + " is one of the SEG-2 files; choose another output.");
         return;
       }
@@ -179,19 +186,40 @@ class Seg2SuWindow : public QWidget {
   QString folder_;
 };
 
+// Presses the button; the first dialog that it opens is drawn to
+// `picture` and closed, so that the whole round can be seen without a user.
+void PressAndDrawDialog(QPushButton* button, const QString& picture) {
+  auto* timer = new QTimer(button);
+  QObject::connect(timer, &QTimer::timeout, timer, [timer, picture] {
+    if (QWidget* dialog = QApplication::activeModalWidget()) {
+      timer->stop();
+      dialog->grab().save(picture);
+      dialog->close();
+    }
+  });
+  timer->start(50);
+  button->click();
+  timer->stop();
+}
+
 }  // namespace
 
-int RunSeg2SuWindow(int argc, char** argv, const std::string& screenshot, const std::vector<std::string>& files) {
+int RunSeg2SuWindow(int argc, char** argv, const std::string& screenshot, const std::vector<std::string>& files,
+                    const std::string& output) {
   QApplication app(argc, argv);
   Seg2SuWindow window;
   QStringList paths;
   for (const std::string& f : files) paths << QString::fromStdString(f);
   window.Add(paths);
-  if (!screenshot.empty()) {
-    window.show();
-    QApplication::processEvents();
-    return window.grab().save(QString::fromStdString(screenshot)) ? 0 : 1;
-  }
   window.show();
-  return app.exec();
+  if (screenshot.empty()) return app.exec();
+  QApplication::processEvents();
+  const QString picture = QString::fromStdString(screenshot);
+  if (!output.empty()) {
+    window.SetOutput(QString::fromStdString(output));
+    QString message = picture;
+    message.insert(message.lastIndexOf('.') < 0 ? message.size() : message.lastIndexOf('.'), "-message");
+    PressAndDrawDialog(window.ConvertButton(), message);
+  }
+  return window.grab().save(picture) ? 0 : 1;
 }

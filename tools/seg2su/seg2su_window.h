@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
-// Runs the window until it is closed; with a screenshot path, draws it to
-// that picture (the files already in the list) and ends.
-int RunSeg2SuWindow(int argc, char** argv, const std::string& screenshot, const std::vector<std::string>& files);
+// Runs the window until it is closed. With a screenshot path it draws the
+// window to that picture (the files already in the list) and ends; with an
+// output too, it first presses Convert and draws the final message to the
+// same name with "-message" added.
+int RunSeg2SuWindow(int argc, char** argv, const std::string& screenshot, const std::vector<std::string>& files,
+                    const std::string& output = "");
