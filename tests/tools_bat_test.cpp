@@ -192,6 +192,14 @@ TEST(ToolsShellWindow, TerminalOnlyWhenAskedAndThere) {
     EXPECT_EQ(JobCommand(staying, 1), staying.argv);  // hidden: no desktop terminal
   }
   EnvVar display("DISPLAY", ":99");
+  {
+    EnvVar none("VEXMOR_TERMINAL", "none");
+    EXPECT_EQ(FindTerminal(), "");
+    EnvVar chosen("VEXMOR_TERMINAL", terminal.c_str());
+    EnvVar offscreen("QT_QPA_PLATFORM", "offscreen");
+    EXPECT_EQ(FindTerminal(), "");  // nobody would see the window
+  }
+  EnvVar onScreen("QT_QPA_PLATFORM", "xcb");
   EnvVar chosen("VEXMOR_TERMINAL", terminal.c_str());
   EXPECT_EQ(FindTerminal(), terminal);
   EXPECT_EQ(JobCommand(staying, 0), staying.argv);  // style 0 is hidden

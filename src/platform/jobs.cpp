@@ -94,8 +94,16 @@ std::string FindTerminal() {
   const char* display = std::getenv("DISPLAY");
   const char* wayland = std::getenv("WAYLAND_DISPLAY");
   if ((display == nullptr || *display == 0) && (wayland == nullptr || *wayland == 0)) return "";
+  // A program drawn off screen has nobody to read or close a window.
+  if (const char* qpa = std::getenv("QT_QPA_PLATFORM")) {
+    const std::string_view platform = qpa;
+    if (platform == "offscreen" || platform == "minimal") return "";
+  }
   std::vector<std::string> names;
-  if (const char* chosen = std::getenv("VEXMOR_TERMINAL"); chosen != nullptr && *chosen != 0) names.push_back(chosen);
+  if (const char* chosen = std::getenv("VEXMOR_TERMINAL"); chosen != nullptr && *chosen != 0) {
+    if (std::string_view(chosen) == "none") return "";
+    names.push_back(chosen);
+  }
   for (const char* n : {"x-terminal-emulator", "xterm", "konsole", "urxvt"}) names.push_back(n);
   const char* path = std::getenv("PATH");
   const std::string dirs = path != nullptr ? path : "/usr/bin:/bin";

@@ -22,7 +22,8 @@ ShellCommand ParseShellCommand(const std::string& commandLine, const std::string
 
 // The terminal program that can show a job's window: $VEXMOR_TERMINAL, else
 // x-terminal-emulator, xterm, konsole, urxvt on the PATH, when a display is
-// there. Empty when the desktop has none (the job then runs hidden).
+// there. Empty when the desktop has none (the job then runs hidden), when
+// Qt draws off screen, or with VEXMOR_TERMINAL=none.
 std::string FindTerminal();
 
 // The command that starts a parsed Shell command with a window style:
