@@ -136,6 +136,22 @@ TEST(RamacHeader, MissingKeywordsBeepAndLeaveTheTimingToBeAskedFor) {
             "Text3 = \".20\"\n");
 }
 
+TEST(RamacHeader, LinesEndingInLineFeedAloneAreReadToo) {
+  TempDir dir;
+  const std::string rd3 = dir / "u.rd3";
+  WriteRd3(rd3, 2, 100);
+  test::WriteText(dir / "u.rad", "SAMPLES:100\nLAST TRACE:2\nTIME INTERVAL:0\nTIMEWINDOW:50\nDISTANCE INTERVAL:0.1\n");
+  const std::string out = RunRadar("answer dialog " + rd3 + "\nclick Command3\nshow Text6\nshow Text2\nshow Text4\n");
+  EXPECT_EQ(out.find("beep"), std::string::npos) << out;
+  EXPECT_NE(out.find("Text6 = \"100\"\nText2 = \"2\"\nText4 = \"0.5\""), std::string::npos) << out;
+}
+
+TEST(RamacConvert, NothingIsWrittenBeforeAProfileIsPicked) {
+  const std::string out = RunRadar("set Text2 3\nclick Command1\n");
+  EXPECT_EQ(out, "opened MainPanel\nopened Radar_F\nmessage \"Output SU file name is not a file name: \\\"*.SU\\\"\" "
+                 "buttons=16 title=\"Norvane File converter\" -> 1\n");
+}
+
 TEST(RamacHeader, OutputNameFollowsTheInputName) {
   const std::string out = RunRadar("set Text1 ab\nshow Text5\nset Text1 /data/LINE7.rd3\nshow Text5\n");
   EXPECT_EQ(out, "opened MainPanel\nopened Radar_F\nText5 = \"*.SU\"\nText5 = \"/data/LINE7.SU\"\n");

@@ -108,7 +108,14 @@ void Radar_F::Lit_RAMAC() {
 
 void Radar_F::ReadHeaderText(const std::string& headerText) {
   RichTextBox1.SetText(headerText);
-  std::string text = headerText;
+  // Values end at a CR; a header whose lines end in LF alone (copied through
+  // other systems) is read as if they ended in CR.
+  std::string text;
+  text.reserve(headerText.size());
+  for (size_t i = 0; i < headerText.size(); ++i) {
+    const bool bareLf = headerText[i] == '\n' && (i == 0 || headerText[i - 1] != '\r');
+    text += bareLf ? '\r' : headerText[i];
+  }
   struct Keyword {
     const char* tag;
     Control* field;
@@ -172,6 +179,12 @@ void Radar_F::Command1_Click() {
     std::remove(ResolveExisting(state.OutputFile).c_str());
   }
 
+  // "*.SU" is the name of no file yet: the profile was not picked.
+  if (HasWildcards(state.OutputFile) || state.OutputFile.empty()) {
+    platform.MessageBox("Output SU file name is not a file name: \"" + state.OutputFile + "\"", buttons::kCritical,
+                        kConverterTitle);
+    return;
+  }
   RamacConversion job;
   job.input = state.InputFile;
   job.output = state.OutputFile;
