@@ -324,6 +324,10 @@ TEST(ToolsSegyRead, ParametersBoundAndOverride) {
   EXPECT_NE(run.err.find("ns"), std::string::npos);
   run = RunIn(dir.Str(), tool + "endian=2 > none.su");
   EXPECT_EQ(run.status, 1);
+  // The panel's usual choice on a standard file: the message says what to do.
+  run = RunIn(dir.Str(), tool + "endian=1 > none.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("the file is big-endian, give endian=0"), std::string::npos) << run.err;
   // hfile= and bfile= name the reel header files.
   run = RunIn(dir.Str(), tool + "hfile=h.txt bfile=b.bin trmax=1 > one.su");
   ASSERT_EQ(run.status, 0) << run.err;

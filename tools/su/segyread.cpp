@@ -83,6 +83,11 @@ void FindByteOrder(const Params& params, const uint8_t* head, int64_t size, Layo
     if (*endian != 0 && *endian != 1) throw ToolError("endian must be 0 (big-endian file) or 1 (little-endian file)");
     layout.bigEndian = *endian == 0;
     layout.byteOrderFoundBy = "as endian= says";
+    const uint32_t mark = GetBE32u(head + kTextHeaderBytes + bin::kByteOrder);
+    if ((mark == 0x01020304u && !layout.bigEndian) || (mark == 0x04030201u && layout.bigEndian)) {
+      Note("warning: the binary header's byte order mark says " + std::string(layout.bigEndian ? "little" : "big") +
+           "-endian, against endian=" + std::to_string(*endian));
+    }
     return;
   }
   const uint8_t* mark = head + kTextHeaderBytes + bin::kByteOrder;
@@ -158,8 +163,14 @@ Layout ReadLayout(const Params& params, int fd, const std::string& tape, const u
       throw ToolError("format=" + std::to_string(layout.formatCode) + " is not a sample format we read");
     } else {
       const int other = static_cast<int16_t>(Get16(bin + bin::kFormat, !big));
-      const bool neither = FindSampleFormat(other) == nullptr || params.Has("endian");
-      throw ToolError(tape + (neither ? ": not a SEG-Y file we can read: " : ": ") + "sample format code " +
+      const bool otherKnown = FindSampleFormat(other) != nullptr;
+      if (otherKnown && params.Has("endian")) {
+        throw ToolError(tape + ": sample format code " + std::to_string(fileCode) + " read " +
+                        (big ? "big" : "little") + "-endian is not one we know, but read " + (big ? "little" : "big") +
+                        "-endian it is " + std::to_string(other) + ": the file is " + (big ? "little" : "big") +
+                        "-endian, give endian=" + (big ? "1" : "0") + " or leave endian= out");
+      }
+      throw ToolError(tape + (otherKnown ? ": " : ": not a SEG-Y file we can read: ") + "sample format code " +
                       std::to_string(fileCode) + " in the binary header (" + (big ? "big" : "little") +
                       "-endian) is not one we know; over=1 format=N forces one");
     }
