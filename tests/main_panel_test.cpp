@@ -38,7 +38,7 @@ PanelRun RunRecorded(const std::string& script) {
 
 TEST(MainPanelTable, FramesHoldTheirOptionsAndOnlyTheHiddenOnesStartSelected) {
   std::map<std::string, std::set<std::string>> frames;
-  for (const ControlSpec& c : MainPanelControls()) {
+  for (const ControlDef& c : MainPanelControls()) {
     if (c.kind != ControlKind::Option) continue;
     frames[std::string(c.frame)].insert(std::string(c.name));
     const bool hidden = c.name == "Option21" || c.name == "Option22";

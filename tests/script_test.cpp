@@ -197,11 +197,11 @@ TEST(Events, AChangeFiresWhoeverMakesIt) {
   HeadlessPlatform p;
   SharedState s;
   Session session(p, s);
-  static constexpr ControlSpec specs[] = {
+  static constexpr ControlDef defs[] = {
       {"Text1", ControlKind::Text, "", "", "a"},
       {"List1", ControlKind::List},
   };
-  Form form(session, "T", "T", specs);
+  Form form(session, "T", "T", defs);
   int changes = 0, clicks = 0;
   form.On("Text1", "Change", [&](EventArgs&) { ++changes; });
   form.On("List1", "Click", [&](EventArgs&) { ++clicks; });

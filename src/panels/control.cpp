@@ -28,27 +28,27 @@ std::string_view KindName(ControlKind kind) {
   return "control";
 }
 
-Control::Control(Form& form, const ControlSpec& spec)
+Control::Control(Form& form, const ControlDef& def)
     : form_(&form),
-      name_(spec.name),
-      kind_(spec.kind),
-      frame_(spec.frame),
-      caption_(spec.caption),
-      toolTip_(spec.toolTip),
-      keySet_(spec.keySet),
-      visible_(!(spec.flags & kHidden)),
-      enabled_(!(spec.flags & kDisabled)),
-      locked_(spec.flags & kLocked),
-      multiLine_(spec.flags & kMultiLine),
-      value_(spec.flags & kSelected) {
+      name_(def.name),
+      kind_(def.kind),
+      frame_(def.frame),
+      caption_(def.caption),
+      toolTip_(def.toolTip),
+      keySet_(def.keySet),
+      visible_(!(def.flags & kHidden)),
+      enabled_(!(def.flags & kDisabled)),
+      locked_(def.flags & kLocked),
+      multiLine_(def.flags & kMultiLine),
+      value_(def.flags & kSelected) {
   switch (kind_) {
     case ControlKind::Text:
     case ControlKind::RichText:
-    case ControlKind::Combo: text_ = spec.initial; break;
-    case ControlKind::Label: text_ = spec.initial.empty() ? spec.caption : spec.initial; break;
-    default: text_ = spec.caption; break;
+    case ControlKind::Combo: text_ = def.initial; break;
+    case ControlKind::Label: text_ = def.initial.empty() ? def.caption : def.initial; break;
+    default: text_ = def.caption; break;
   }
-  if (kind_ == ControlKind::Timer) interval_ = static_cast<int>(std::stoi(std::string(spec.initial.empty() ? "0" : spec.initial)));
+  if (kind_ == ControlKind::Timer) interval_ = static_cast<int>(std::stoi(std::string(def.initial.empty() ? "0" : def.initial)));
 }
 
 void Control::Changed() {

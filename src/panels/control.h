@@ -46,7 +46,7 @@ enum ControlFlag : unsigned {
 };
 
 // One row of a panel's control table.
-struct ControlSpec {
+struct ControlDef {
   std::string_view name = {};
   ControlKind kind = ControlKind::Label;
   std::string_view caption = {};   // caption, or the label shown beside a text
@@ -65,7 +65,7 @@ struct Figure {
 
 class Control {
  public:
-  Control(Form& form, const ControlSpec& spec);
+  Control(Form& form, const ControlDef& def);
 
   const std::string& Name() const { return name_; }
   ControlKind Kind() const { return kind_; }

@@ -14,9 +14,9 @@ std::string Key(std::string_view control, std::string_view event) {
 }
 }  // namespace
 
-Form::Form(Session& session, std::string name, std::string caption, std::span<const ControlSpec> controls)
+Form::Form(Session& session, std::string name, std::string caption, std::span<const ControlDef> controls)
     : session_(&session), name_(std::move(name)), caption_(std::move(caption)) {
-  for (const ControlSpec& spec : controls) controls_.emplace_back(*this, spec);
+  for (const ControlDef& def : controls) controls_.emplace_back(*this, def);
 }
 
 void Form::SetCaption(std::string caption) {

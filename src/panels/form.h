@@ -29,7 +29,7 @@ inline constexpr std::string_view kFormEvents = "Form";
 
 class Form {
  public:
-  Form(Session& session, std::string name, std::string caption, std::span<const ControlSpec> controls);
+  Form(Session& session, std::string name, std::string caption, std::span<const ControlDef> controls);
   Form(const Form&) = delete;
   Form& operator=(const Form&) = delete;
 

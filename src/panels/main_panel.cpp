@@ -11,7 +11,7 @@ namespace {
 
 using enum ControlKind;
 
-constexpr ControlSpec kControls[] = {
+constexpr ControlDef kControls[] = {
     {"Frame1", Frame, "To Seismic Unix", "Select a file format and press on CONVERT"},
     {"Option1", Option, "SEG-2 to Seismic Unix", "", "", "Frame1"},
     {"Option2", Option, "SEG-Y to Seismic Unix", "", "", "Frame1"},
@@ -130,7 +130,7 @@ void PassOver(Step&& step) {
 
 }  // namespace
 
-std::span<const ControlSpec> MainPanelControls() { return kControls; }
+std::span<const ControlDef> MainPanelControls() { return kControls; }
 
 MainPanel::MainPanel(Session& s)
     : session(s),

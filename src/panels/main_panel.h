@@ -8,7 +8,7 @@
 
 namespace vexmor {
 
-std::span<const ControlSpec> MainPanelControls();
+std::span<const ControlDef> MainPanelControls();
 
 struct MainPanel {
   explicit MainPanel(Session& session);

@@ -36,7 +36,7 @@ using enum ControlKind;
 
 // A panel made for these tests only: one control of each kind that a
 // window shows, with the events a real panel hangs on them.
-constexpr ControlSpec kTestControls[] = {
+constexpr ControlDef kTestControls[] = {
     {"Frame1", Frame, "Data type", "Pick one"},
     {"Option1", Option, "Integer 2 bytes", "two", "", "Frame1"},
     {"Option2", Option, "Integer 4 bytes", "", "", "Frame1", kSelected},
@@ -104,7 +104,7 @@ class PanelWindowTest : public testing::Test {
 
 TEST_F(PanelWindowTest, EveryCaptionAndToolTipOfTheTableIsOnScreen) {
   EXPECT_EQ(window.windowTitle(), "Test caption");
-  for (const ControlSpec& row : kTestControls) {
+  for (const ControlDef& row : kTestControls) {
     QWidget* w = window.WidgetOf(std::string(row.name));
     if (row.kind == Timer) {
       EXPECT_EQ(w, nullptr);
@@ -319,7 +319,7 @@ TEST(PanelWindowTimer, RunsWhileEnabledAndNotUnderAScript) {
 }
 
 // The kinds that the editor, the explorer and the test display use.
-constexpr ControlSpec kMoreControls[] = {
+constexpr ControlDef kMoreControls[] = {
     {"mnuFile", Menu, "&File"},
     {"mnuOpen", MenuEntry, "Open...", "", "", "mnuFile"},
     {"mnuQuit", MenuEntry, "Quit", "", "", "mnuFile", kHidden},

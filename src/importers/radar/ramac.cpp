@@ -18,7 +18,7 @@ namespace {
 
 using enum ControlKind;
 
-constexpr ControlSpec kControls[] = {
+constexpr ControlDef kControls[] = {
     {"Text1", Text, "", "Click here and select the first channel of your record", "XXX"},
     {"Command3", Button, "Input RAMAC file"},
     {"Text5", Text, "Output SU file name", "", "*.SU"},
@@ -67,7 +67,7 @@ std::optional<double> FileSize(const std::string& path) {
 
 }  // namespace
 
-std::span<const ControlSpec> RadarFControls() { return kControls; }
+std::span<const ControlDef> RadarFControls() { return kControls; }
 
 Radar_F::Radar_F(Session& s)
     : session(s), state(s.State()), platform(s.GetPlatform()), form(s, "Radar_F", "RAMAC  file conversion", kControls) {

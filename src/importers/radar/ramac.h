@@ -7,7 +7,7 @@
 
 namespace vexmor {
 
-std::span<const ControlSpec> RadarFControls();
+std::span<const ControlDef> RadarFControls();
 
 struct Radar_F {
   explicit Radar_F(Session& session);

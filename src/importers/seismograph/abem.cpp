@@ -17,7 +17,7 @@ namespace {
 
 using enum ControlKind;
 
-constexpr ControlSpec kControls[] = {
+constexpr ControlDef kControls[] = {
     {"Command4", Button, "Click here to select ABEM files"},
     {"List1", List},
     {"Text3", Text, "Trace number", "Correct here the trace number if necesssary", " "},
@@ -79,7 +79,7 @@ constexpr int16_t kIntervalWhenNone = 100;
 
 }  // namespace
 
-std::span<const ControlSpec> AbemControls() { return kControls; }
+std::span<const ControlDef> AbemControls() { return kControls; }
 
 Abem::Abem(Session& s)
     : session(s), state(s.State()), platform(s.GetPlatform()), form(s, "abem", "ABEM mark 3 to SU", kControls) {

@@ -11,7 +11,7 @@
 
 namespace vexmor {
 
-std::span<const ControlSpec> AbemControls();
+std::span<const ControlDef> AbemControls();
 
 struct Abem {
   explicit Abem(Session& session);

@@ -21,7 +21,7 @@ using enum ControlKind;
 
 constexpr std::string_view kDigits = "0123456789";
 
-constexpr ControlSpec kControls[] = {
+constexpr ControlDef kControls[] = {
     {"Command3", Button, "Press here to select ES1225 files (Min=2 records)"},
     {"List1", List},
     {"Combo1", Combo, "Record length", "Select ghere the record length", "250 ms"},
@@ -95,7 +95,7 @@ constexpr int32_t kMaxSamples = 32767;
 
 }  // namespace
 
-std::span<const ControlSpec> Es1225Controls() { return kControls; }
+std::span<const ControlDef> Es1225Controls() { return kControls; }
 
 Es1225::Es1225(Session& s)
     : session(s),

@@ -10,7 +10,7 @@
 
 namespace vexmor {
 
-std::span<const ControlSpec> Es1225Controls();
+std::span<const ControlDef> Es1225Controls();
 
 struct Es1225 {
   explicit Es1225(Session& session);

@@ -13,7 +13,7 @@ namespace {
 
 using enum ControlKind;
 
-constexpr ControlSpec kControls[] = {
+constexpr ControlDef kControls[] = {
     {"Command5", Button, "Press here to select McSeis3 files "},
     {"List1", List},
     {"Text3", Text, "Trace number per record", "Correct here the trace number if necesssary", "3"},
@@ -34,7 +34,7 @@ const ListSelectionRules kSelection = {{"McSeis3 file selection", "Record |*.dat
 
 }  // namespace
 
-std::span<const ControlSpec> HandyViewerControls() { return kControls; }
+std::span<const ControlDef> HandyViewerControls() { return kControls; }
 
 HandyViewer::HandyViewer(Session& s)
     : session(s),

@@ -11,7 +11,7 @@
 
 namespace vexmor {
 
-std::span<const ControlSpec> HandyViewerControls();
+std::span<const ControlDef> HandyViewerControls();
 
 struct HandyViewer {
   explicit HandyViewer(Session& session);

@@ -18,7 +18,7 @@ namespace {
 
 using enum ControlKind;
 
-constexpr ControlSpec kControls[] = {
+constexpr ControlDef kControls[] = {
     {"Command3", Button, "Press here to select OYO McSEIS170 "},
     {"List1", List},
     {"Text3", Text, "Trace number", "", " 12"},
@@ -90,7 +90,7 @@ constexpr int32_t kMaxSamples = 32767;
 
 }  // namespace
 
-std::span<const ControlSpec> OyoControls() { return kControls; }
+std::span<const ControlDef> OyoControls() { return kControls; }
 
 Oyo::Oyo(Session& s)
     : session(s),

@@ -15,7 +15,7 @@ namespace vexmor {
 
 class BinaryFile;
 
-std::span<const ControlSpec> OyoControls();
+std::span<const ControlDef> OyoControls();
 
 struct Oyo {
   explicit Oyo(Session& session);

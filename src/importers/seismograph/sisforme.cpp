@@ -16,7 +16,7 @@ namespace {
 
 using enum ControlKind;
 
-constexpr ControlSpec kControls[] = {
+constexpr ControlDef kControls[] = {
     {"Command5", Button, "Press here to select Seismic files"},
     {"Command3", Button, "Input file", "", "", "", kHidden},
     {"Grid1", Grid},
@@ -83,7 +83,7 @@ constexpr int32_t kMaxSamples = 32767;
 
 }  // namespace
 
-std::span<const ControlSpec> SisformeControls() { return kControls; }
+std::span<const ControlDef> SisformeControls() { return kControls; }
 
 Sisforme::Sisforme(Session& s)
     : session(s),

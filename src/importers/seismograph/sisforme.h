@@ -16,7 +16,7 @@
 
 namespace vexmor {
 
-std::span<const ControlSpec> SisformeControls();
+std::span<const ControlDef> SisformeControls();
 
 // What Command1_Click reads from the panel.
 struct GenericRecordLayout {
