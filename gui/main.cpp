@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -88,7 +89,14 @@ int main(int argc, char** argv) {
   // Only MainPanel's closing ends the program, not that of the last window.
   QApplication::setQuitOnLastWindowClosed(false);
   if (script) return vexmor::RunScriptOnScreen(*text, std::cout, std::cerr);
-  if (screenshot && text) return vexmor::SaveScreenshotAfter(*text, argv[2], argv[3], std::cout, std::cerr);
-  if (screenshot) return vexmor::SaveScreenshot(argv[2], argv[3], std::cerr);
+  if (screenshot) {
+    // A file dialog of the script makes its folder the current one: the
+    // picture goes where the user asked from.
+    std::error_code ec;
+    std::string picture = std::filesystem::absolute(argv[3], ec).string();
+    if (ec) picture = argv[3];
+    if (text) return vexmor::SaveScreenshotAfter(*text, argv[2], picture, std::cout, std::cerr);
+    return vexmor::SaveScreenshot(argv[2], picture, std::cerr);
+  }
   return vexmor::RunDesktop();
 }

@@ -7,6 +7,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
@@ -115,6 +116,8 @@ QtPlatform::~QtPlatform() {
 int QtPlatform::MessageBox(const std::string& text, int buttonsCode, const std::string& title) {
   QMessageBox box;
   box.setWindowTitle(MessageTitle(title));
+  // Texts hold paths and headers, never markup: "<" stands as typed.
+  box.setTextFormat(Qt::PlainText);
   box.setText(ScreenText(text));
   box.setIcon(IconOf(buttonsCode));
   const std::vector<ButtonAnswer> buttons = ButtonsOf(buttonsCode);
@@ -165,6 +168,7 @@ std::string QtPlatform::PromptValue(const std::string& prompt, const std::string
   QInputDialog dialog;
   dialog.setWindowTitle(MessageTitle(title));
   dialog.setLabelText(ScreenText(prompt));
+  if (auto* label = dialog.findChild<QLabel*>()) label->setTextFormat(Qt::PlainText);
   dialog.setInputMode(QInputDialog::TextInput);
   dialog.setTextValue(FromUtf8(defaultText));
   QPointer<QInputDialog> guard(&dialog);

@@ -8,6 +8,7 @@
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QInputDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
@@ -112,13 +113,16 @@ TEST(QtPlatformMessage, NoTitleShowsTheSystemNameAndEscapeCancels) {
   std::vector<std::string> lines;
   platform.SetSink([&](const std::string& l) { lines.push_back(l); });
   QString title;
+  Qt::TextFormat format = Qt::AutoText;
   OnNextDialog([&](QWidget* w) {
     title = w->windowTitle();
+    format = static_cast<QMessageBox*>(w)->textFormat();
     static_cast<QMessageBox*>(w)->reject();  // Escape, or the window's close box
   });
-  EXPECT_EQ(platform.MessageBox("Sure?", 33, ""), 2);
+  EXPECT_EQ(platform.MessageBox("Sure <b>x</b>?", 33, ""), 2);
   EXPECT_EQ(title, "Vexmor");
-  EXPECT_EQ(lines, std::vector<std::string>{"message \"Sure?\" buttons=33 title=\"\" -> 2"});
+  EXPECT_EQ(format, Qt::PlainText);  // a "<" in a path or header is no markup
+  EXPECT_EQ(lines, std::vector<std::string>{"message \"Sure <b>x</b>?\" buttons=33 title=\"\" -> 2"});
 }
 
 TEST(QtPlatformMessage, ScriptedAnswersComeFromTheQueueOrAreEnter) {
@@ -151,19 +155,24 @@ TEST(QtPlatformMessage, CloseMessageNamedAnswersTheBoxOfThatTitle) {
 
 TEST(QtPlatformPrompt, DefaultStandsSelectedAndCancelGivesNothing) {
   QtPlatform platform;
-  QString label, value, selected;
+  QString label, value, selected, title;
+  Qt::TextFormat format = Qt::AutoText;
   OnNextDialog([&](QWidget* w) {
     auto* dialog = qobject_cast<QInputDialog*>(w);
     ASSERT_NE(dialog, nullptr);
     label = dialog->labelText();
+    title = dialog->windowTitle();
+    if (auto* shown = dialog->findChild<QLabel*>()) format = shown->textFormat();
     value = dialog->textValue();
     QTimer::singleShot(0, [&, dialog] {
       selected = dialog->findChild<QLineEdit*>()->selectedText();
       dialog->reject();
     });
   });
-  EXPECT_EQ(platform.PromptValue("Trace number", "Title", "24"), "");
-  EXPECT_EQ(label, "Trace number");
+  EXPECT_EQ(platform.PromptValue("Trace number <n>", "", "24"), "");
+  EXPECT_EQ(label, "Trace number <n>");
+  EXPECT_EQ(format, Qt::PlainText);
+  EXPECT_EQ(title, "Vexmor");
   EXPECT_EQ(value, "24");
   EXPECT_EQ(selected, "24");
 
@@ -187,13 +196,14 @@ TEST(QtPlatformFileDialog, TitleFilterFolderPresetAndMultiSelection) {
   for (const char* name : {"LINE1.DAT", "LINE2.DAT", "other.txt"}) std::ofstream(dir.path / name) << "x";
   QtPlatform platform;
   FileRequest request{dir.path.string(), "ES1225 file selection", "Record |*.DAT|All files|*.*|", "*.*", true};
-  QString title, directory;
+  QString title, directory, preset;
   QStringList filters;
   bool multi = false;
   OnNextDialog([&](QWidget* w) {
     auto* dialog = qobject_cast<QFileDialog*>(w);
     ASSERT_NE(dialog, nullptr);
     title = dialog->windowTitle();
+    preset = dialog->findChild<QLineEdit*>("fileNameEdit")->text();
     filters = dialog->nameFilters();
     directory = dialog->directory().absolutePath();
     multi = dialog->fileMode() == QFileDialog::ExistingFiles;
@@ -203,6 +213,7 @@ TEST(QtPlatformFileDialog, TitleFilterFolderPresetAndMultiSelection) {
   const std::string answer = platform.ChooseFile(request);
   EXPECT_EQ(answer, dir.path.string() + " LINE1.DAT LINE2.DAT");
   EXPECT_EQ(title, "ES1225 file selection");
+  EXPECT_EQ(preset, "*.*");
   EXPECT_EQ(filters, QStringList({"Record (*.DAT *.dat)", "All files (*)"}));
   EXPECT_EQ(directory.toStdString(), dir.path.string());
   EXPECT_TRUE(multi);

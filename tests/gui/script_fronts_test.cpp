@@ -296,11 +296,17 @@ TEST(ScriptFronts, ScreenshotOfAPanelWindow) {
   EXPECT_GT(image.height(), 300);
 
   // After a script, as the script left the window; its transcript as usual.
-  WriteAll(dir / "script.txt", "open MainPanel\nclick Option7\nuse sisforme\nset Text4 512\n");
+  // The script's file dialog makes another folder the current one; the
+  // picture still goes where it was asked for.
+  fs::create_directory(dir.path / "records");
+  WriteAll(dir / "records/LINE1.DAT", std::string(64, '\0'));
+  WriteAll(dir / "script.txt", "open MainPanel\nclick Option7\nuse sisforme\nanswer dialog \"" +
+                                   (dir / "records/LINE1.DAT") + "\"\nclick Command5\nset Text4 512\n");
   const FrontRun after = RunFront(dir, "vexmor", "--screenshot sisforme sis.png script.txt");
   EXPECT_EQ(after.status, 0) << after.err;
-  EXPECT_EQ(after.out, "opened MainPanel\nopened sisforme\n");
+  EXPECT_EQ(after.out.rfind("opened MainPanel\nopened sisforme\ndialog ", 0), 0u) << after.out;
   EXPECT_FALSE(QImage(QString::fromStdString(dir / "sis.png")).isNull());
+  EXPECT_FALSE(fs::exists(dir / "records/sis.png"));
 
   const FrontRun unknown = RunFront(dir, "vexmor", "--screenshot NoSuchPanel x.png");
   EXPECT_EQ(unknown.status, 2);
