@@ -151,17 +151,22 @@ TEST(ToolsSegdRead, EverySampleFormat) {
     for (size_t i = 0; i < times; ++i) out.insert(out.end(), unit.begin(), unit.end());
     return out;
   };
-  // 8015: exponents 0,1 | 15,3; mantissas 0x4000, -2, 0x7fff, -0x8000 (x 2^(e-15)).
+  // The word layouts of the SEG-D standard. 8015: exponents 0,1 | 15,3 and
+  // one's complement mantissas 0x4000, -1 (0xFFFE), 0x7fff, -0x7fff (x 2^(e-15)).
   cases.push_back({8015, repeat({0x01, 0xF3, 0x40, 0x00, 0xFF, 0xFE, 0x7F, 0xFF, 0x80, 0x00}, 5),
-                   {0.5f, -2.0f / 16384, 32767.0f, -8.0f}});
-  // 8022: S C C C Q Q Q Q: 0 001 1000 = 0.5 x 4; 1 010 1000 = -0.5 x 16.
-  cases.push_back({8022, repeat({0x18, 0xA8}, 9), {2.0f, -8.0f}});
-  // 8024: S CCC Q x 12: 0 011 0100 0000 0000 = 0.25 x 64.
-  cases.push_back({8024, repeat({0x34, 0x00, 0xC8, 0x00}, 9), {16.0f, -0.5f * 256}});
-  // 8042: S CC QQQQQ: 0 01 10000 = 0.5 x 16.
-  cases.push_back({8042, repeat({0x30, 0xD0}, 9), {8.0f, -0.5f * 256}});
-  // 8044: S CCC Q x 12: 0 010 1000 0000 0000 = 0.5 x 256.
-  cases.push_back({8044, repeat({0x28, 0x00}, 17), {128.0f}});
+                   {0.5f, -1.0f / 16384, 32767.0f, -32767.0f / 4096}});
+  // 8022: S CCC QQQQ, one's complement: 0 001 1000 = 0.5 x 4; 1 010 0111 =
+  // -0.5 x 16; 1 010 1111 is a negative zero; 1 010 1000 = -7/16 x 16.
+  cases.push_back({8022, repeat({0x18, 0xA7, 0xAF, 0xA8}, 5), {2.0f, -8.0f, 0.0f, -7.0f}});
+  // 8024: S CCC Q x 12, one's complement: 0 011 0100 0000 0000 = 0.25 x 64;
+  // 1 100 0111 1111 1111 = -0.5 x 256; 1 100 1000 0000 0000 = -2047/4096 x 256.
+  cases.push_back({8024, repeat({0x34, 0x00, 0xC7, 0xFF, 0xC8, 0x00}, 6), {16.0f, -128.0f, -127.9375f}});
+  // 8042: S CC Q x 5, sign and magnitude: 0 01 10000 = 0.5 x 16;
+  // 1 10 10000 = -0.5 x 256; 1 10 11000 = -0.75 x 256; 1 00 00000 = 0.
+  cases.push_back({8042, repeat({0x30, 0xD0, 0xD8, 0x80}, 5), {8.0f, -128.0f, -192.0f, 0.0f}});
+  // 8044: S CC Q x 13, sign and magnitude: 0 01 01000 00000000 = 0.25 x 16;
+  // 1 11 10000 00000001 = -4097/8192 x 4096.
+  cases.push_back({8044, repeat({0x28, 0x00, 0xF0, 0x01}, 9), {4.0f, -2048.5f}});
   cases.push_back({8036, repeat({0x80, 0x00, 0x00, 0x00, 0x01, 0x00, 0xFF, 0xFF, 0xFF}, 6), {-8388608.0f, 256.0f, -1.0f}});
   cases.push_back({8038, repeat({0xFF, 0xFF, 0xFF, 0xFE, 0x00, 0x01, 0x00, 0x00}, 9), {-2.0f, 65536.0f}});
   cases.push_back({8048, repeat({0xC2, 0x76, 0xA0, 0x00}, 17), {-118.625f}});
@@ -187,6 +192,7 @@ TEST(ToolsSegdRead, EverySampleFormat) {
       ASSERT_EQ(su[t].samples.size(), size_t(kNs));
       for (size_t i = 0; i < size_t(kNs); ++i) {
         ASSERT_EQ(su[t].samples[i], c.values[i % c.values.size()]) << "sample " << i;
+        ASSERT_FALSE(std::signbit(su[t].samples[i]) && su[t].samples[i] == 0.0f) << "negative zero, sample " << i;
       }
     }
     // aux=1 adds the auxiliary channel, first.

@@ -83,16 +83,20 @@ int64_t SampleBytes(const SampleCodec& codec, int64_t ns) {
   return groups * codec.bitsPerGroup / 8;
 }
 
-// Sign bit and a two's complement fraction of `fractionBits`, scaled by
-// base^exponent: the quaternary and hexadecimal exponent formats.
-float ExponentSample(uint32_t word, int bits, int exponentBits, int base) {
+// The short exponent formats of SEG-D: a sign bit, an exponent of
+// `exponentBits` and a fraction of `fractionBits`, scaled by base^exponent.
+// The quaternary ones (8022, 8024) hold the sign and fraction in one's
+// complement; the hexadecimal ones (8042, 8044) as sign and magnitude.
+float ExponentSample(uint32_t word, int bits, int exponentBits, int base, bool onesComplement) {
   const int fractionBits = bits - 1 - exponentBits;
+  const uint32_t mask = (1u << fractionBits) - 1;
   const uint32_t exponent = (word >> fractionBits) & ((1u << exponentBits) - 1);
   const bool negative = (word >> (bits - 1)) & 1;
-  int32_t fraction = static_cast<int32_t>(word & ((1u << fractionBits) - 1));
-  if (negative) fraction -= int32_t(1) << fractionBits;
-  return static_cast<float>(std::ldexp(static_cast<double>(fraction), -fractionBits) *
-                            std::pow(double(base), double(exponent)));
+  uint32_t magnitude = word & mask;
+  if (negative && onesComplement) magnitude ^= mask;
+  if (magnitude == 0) return 0.0f;  // no negative zero in the output
+  const double fraction = std::ldexp(double(magnitude), -fractionBits);
+  return static_cast<float>((negative ? -fraction : fraction) * std::pow(double(base), double(exponent)));
 }
 
 void Decode(const SampleCodec& codec, const uint8_t* in, int64_t ns, float* out) {
@@ -102,21 +106,24 @@ void Decode(const SampleCodec& codec, const uint8_t* in, int64_t ns, float* out)
         const uint8_t* group = in + (i / 4) * 10;
         const int k = int(i % 4);
         const int exponent = (group[k / 2] >> (k % 2 == 0 ? 4 : 0)) & 0x0F;
-        const auto mantissa = static_cast<int16_t>(GetBE16u(group + 2 + 2 * k));
+        // A one's complement fraction of 15 bits: a negative word is one above
+        // its two's complement reading.
+        int mantissa = static_cast<int16_t>(GetBE16u(group + 2 + 2 * k));
+        if (mantissa < 0) mantissa += 1;
         out[i] = static_cast<float>(std::ldexp(double(mantissa), exponent - 15));
       }
       return;
     case 8022:
-      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(in[i], 8, 3, 4);
+      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(in[i], 8, 3, 4, true);
       return;
     case 8024:
-      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(GetBE16u(in + 2 * i), 16, 3, 4);
+      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(GetBE16u(in + 2 * i), 16, 3, 4, true);
       return;
     case 8042:
-      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(in[i], 8, 2, 16);
+      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(in[i], 8, 2, 16, false);
       return;
     case 8044:
-      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(GetBE16u(in + 2 * i), 16, 3, 16);
+      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(GetBE16u(in + 2 * i), 16, 2, 16, false);
       return;
     case 8036:
       for (int64_t i = 0; i < ns; ++i) {
