@@ -93,6 +93,16 @@ TEST(AbemSelection, LineEndsOfEveryKindAndAShortHeader) {
     EXPECT_EQ(lines.intervalLine, "333");
     EXPECT_EQ(lines.channelsLine, "4");
   }
+  // A line far longer than any header's still counts as one line, and its
+  // number is read from its start.
+  std::string longText;
+  for (int line = 1; line <= 113; ++line) {
+    longText += (line == 7 ? "333" + std::string(100000, 'x') : line == 113 ? "4" : std::string(9000, 'y')) + "\r\n";
+  }
+  test::WriteText(dir / "LONG.ABM", longText);
+  const AbemHeaderLines longLines = ReadAbemHeaderLines(dir / "LONG.ABM");
+  EXPECT_EQ(longLines.intervalLine.substr(0, 4), "333x");
+  EXPECT_EQ(longLines.channelsLine, "4");
   // 112 lines: the reading fails and the values keep what they had.
   std::string text;
   for (int line = 1; line <= 112; ++line) text += (line == 7 ? "333\r\n" : "5\r\n");
@@ -204,14 +214,19 @@ TEST(AbemConversion, DuseAndEpKeepWhatTheOutputHeldAndItsTailStays) {
 TEST(AbemConversion, ASecondSelectionIsAppendedAndTheOldFilesComeFirst) {
   TempDir dir;
   WriteRecord(dir, "A1.ABM", 1, "250", "2", 2, 4);
-  WriteRecord(dir, "A2.ABM", 2, "250", "2", 2, 4);
-  WriteRecord(dir, "B1.ABM", 3, "250", "2", 2, 4);
-  WriteRecord(dir, "B2.ABM", 4, "250", "2", 2, 4);
+  WriteRecord(dir, "A2.ABM", 2, "333", "2", 2, 4);
+  WriteRecord(dir, "B1.ABM", 3, "444", "2", 2, 4);
+  WriteRecord(dir, "B2.ABM", 4, "555", "2", 2, 4);
   const std::string out = RunPanelScript(
       Opening() + "answer dialog " + Q(dir.Str() + " A1.ABM A2.ABM") + "\nclick Command4\n" +
       "answer dialog " + Q(dir.Str() + " B1.ABM B2.ABM") + "\nclick Command4\nshow Text6\n"
-      "show Text2\nshow List1\nset Text2 " + Q(dir / "OUT.SU") + "\nclick Command1\n");
-  EXPECT_NE(out.find("Text6 = \"2\"\nText2 = " + Q(dir / "B1.SU") + "\nList1.count = 4\n"), std::string::npos) << out;
+      "show Text2\nshow Text5\nshow state.InputFile\nshow List1\nset Text2 " + Q(dir / "OUT.SU") +
+      "\nclick Command1\n");
+  // The probe is the second line of the list as it now stands: still A2.
+  EXPECT_NE(out.find("Text6 = \"2\"\nText2 = " + Q(dir / "B1.SU") + "\nText5 = \"333\"\nstate.InputFile = " +
+                     Q(dir / "A2.ABM") + "\nList1.count = 4\n"),
+            std::string::npos)
+      << out;
   const SuOutput su(dir / "OUT.SU", 4);
   ASSERT_EQ(su.Records(), 4u);
   // The first two lines of the list: the old files, A1 and A2.

@@ -64,6 +64,24 @@ TEST(Es1225Selection, ARootFolderGivesADoubleSeparatorThatIsReduced) {
   EXPECT_NE(out.find("List1[0] = \"//A.DAT\"\nText2 = \"/es1225.su\"\n"), std::string::npos) << out;
 }
 
+TEST(Es1225Conversion, ASecondSelectionIsAppendedAndTheFirstLinesConvert) {
+  TempDir dir;
+  for (int f = 1; f <= 3; ++f) {
+    test::WriteBytes(dir / ("R" + std::to_string(f) + ".DAT"), BuildEs1225Record(Traces(f, 12, 4), 60));
+  }
+  const std::string out = RunPanelScript(Opening() + "answer dialog " + Q(dir.Str() + " R1.DAT") + "\nclick Command3\n" +
+                                         "answer dialog " + Q(dir.Str() + " R2.DAT R3.DAT") +
+                                         "\nclick Command3\nshow Text5\nshow List1\nset Text4 4\nclick Command1\n");
+  EXPECT_NE(out.find("Text5 = \"2\"\nList1.count = 3\nList1[0] = " + Q(dir / "R1.DAT") + "\n"), std::string::npos)
+      << out;
+  // Two files from the first line of the list: R1, then R2.
+  const SuOutput su(dir / "es1225.su", 4);
+  ASSERT_EQ(su.Records(), 24u);
+  test::ExpectSamples(su, 0, Traces(1, 12, 4)[0]);
+  test::ExpectSamples(su, 23, Traces(2, 12, 4)[11]);
+  EXPECT_EQ(su.Word(23, "fldr"), 2);
+}
+
 TEST(Es1225Selection, NumberFieldsTakeDigitsOnly) {
   const std::string out = RunPanelScript(Opening() + "set Text4 \"\"\nkey Text4 7\nkey Text4 a\nkey Text4 .\nkey Text4 5\n"
                                          "key Text5 \\b\nkey Text5 2\nshow Text4\nshow Text5\n");

@@ -47,6 +47,25 @@ TEST(HandyViewerSelection, OneFileAndACancel) {
   EXPECT_NE(out.find("List1.count = 1\nList1[0] = \"*.*\"\nText6 = \"1\"\nText5 = \"50\"\n"), std::string::npos) << out;
 }
 
+TEST(HandyViewerSelection, TheProbeIsTheListsSecondLineEvenWhenItIsMissing) {
+  TempDir dir;
+  Record(dir, "M 1.DAT", 77);
+  Record(dir, "M2.DAT", 125);
+  Record(dir, "M3.DAT", 99);
+  // A path with a blank is split like a multi-selection: the list gets one
+  // line and has no second line to probe, so nothing is read, not even the
+  // file that the whole answer names.
+  const std::string out = RunPanelScript("open HandyViewer\nanswer dialog " + Q(dir / "M 1.DAT") +
+                                         "\nclick Command5\nshow Text5\nshow state.InputFile\n"
+                                         "answer dialog " + Q(dir.Str() + " M3.DAT M2.DAT") +
+                                         "\nclick Command5\nshow Text6\nshow Text5\nshow state.InputFile\n");
+  EXPECT_NE(out.find("Text5 = \"50\"\nstate.InputFile = \"\"\n"), std::string::npos) << out;
+  // The second selection comes behind it: the list's second line is M3.
+  EXPECT_NE(out.find("Text6 = \"2\"\nText5 = \"99\"\nstate.InputFile = " + Q(dir / "M3.DAT") + "\n"),
+            std::string::npos)
+      << out;
+}
+
 TEST(HandyViewerFormat, IntervalAtByte40) {
   TempDir dir;
   const std::string path = Record(dir, "A.DAT", -2);

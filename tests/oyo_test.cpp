@@ -56,14 +56,25 @@ TEST(OyoSelection, TheFirstFileProposesAndTheUserIsAsked) {
   OyoRecordContent record = Record("7", 1, 12, 1024);
   record.interval = "0.25";
   test::WriteBytes(dir / "A.ORG", BuildOyoRecord(record));
+  OyoRecordContent other = Record("8", 2, 9, 100);
+  other.interval = "2";
+  test::WriteBytes(dir / "C.ORG", BuildOyoRecord(other));
   const std::string out = RunPanelScript(Opening() + "answer dialog " + Q(dir.Str() + " A.ORG B.ORG") +
                                          "\nanswer prompt 10\nclick Command3\nshow List1\nshow Text5\nshow Text2\n"
-                                         "show Text3\nshow Text4\nshow Text6\nshow Text1\n");
+                                         "show Text3\nshow Text4\nshow Text6\nshow Text1\n"
+                                         "answer dialog " + Q(dir.Str() + " C.ORG") + "\nclick Command3\nshow Text5\n"
+                                         "show Text4\n");
   EXPECT_EQ(out.substr(out.find("prompt")),
             "prompt \"Enter the number of channels\" title=\"Norvane File converter\" default=\"12\" -> \"10\"\n"
             "List1.count = 2\nList1[0] = " + Q(dir / "A.ORG") + "\nList1[1] = " + Q(dir / "B.ORG") + "\n"
             "Text5 = \"2\"\nText2 = " + Q(dir / "oyo.su") + "\nText3 = \"10\"\nText4 = \"1024\"\n"
-            "Text6 = \"0.25 \"\nText1 = \"256\"\n");
+            "Text6 = \"0.25 \"\nText1 = \"256\"\n"
+            // A second selection comes behind the first: the first line of
+            // the list, A, is still the file that proposes the numbers.
+            "dialog \"OYO McSeis file selection\" filter=\"Record |*.org|All files|*.*|\" file=\"*.org\" folder=\"\" "
+            "multi=1 save=0 -> " + Q(dir.Str() + " C.ORG") + "\n"
+            "prompt \"Enter the number of channels\" title=\"Norvane File converter\" default=\"12\" -> \"12\"\n"
+            "Text5 = \"1\"\nText4 = \"1024\"\n");
 }
 
 TEST(OyoSelection, TheQuestionIsAskedEvenWithoutAFile) {

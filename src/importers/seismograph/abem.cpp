@@ -113,7 +113,7 @@ void Abem::ReadProbe(const std::string& probe) {
   Text3.SetText(PlainDigits(state.NbChannels));
   Text4.SetText(PlainDigits(state.NbSamples));
   Text5.SetText(PlainDigits(state.SampleInterval));
-  if (!probe.empty()) state.InputFile = probe;
+  state.InputFile = probe;
   SkipOnFailure([&] { RecordDate = ReadAbemDateTime(probe); });
 }
 

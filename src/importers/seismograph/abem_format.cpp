@@ -11,6 +11,10 @@ namespace vexmor {
 
 namespace {
 
+// Only the start of a line is ever used (its leading number): a file with
+// no line ends, however large, must not be held in memory.
+constexpr size_t kLineKept = 4096;
+
 // Lines of the file from its start, up to `wanted` of them; the file is
 // read in blocks, so a record of any size costs only its first lines.
 std::vector<std::string> FirstLines(const std::string& path, int wanted) {
@@ -32,7 +36,7 @@ std::vector<std::string> FirstLines(const std::string& path, int wanted) {
       if (c == '\r' || c == '\n') {
         lines.push_back(std::move(line));
         line.clear();
-      } else {
+      } else if (line.size() < kLineKept) {
         line.push_back(c);
       }
     }

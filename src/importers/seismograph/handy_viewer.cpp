@@ -50,11 +50,13 @@ void HandyViewer::Command5_Click() {
   if (!selection) return;
   SkipOnFailure([&] { Text6.SetText(PlainDigits(selection->multi ? selection->entries.size() - 1.0 : 1.0)); });
   SkipOnFailure([&] { Text2.SetText(ProposedSuName(*selection)); });
-  SkipOnFailure([&] {
-    std::string probe = SingleSeparators(ProbeFile(*selection, List1));
-    ReplaceAll(probe, " ", "");
-    state.InputFile = probe;
-  });
+  // A list without the probe's line gives no file to read, rather than
+  // falling back on the dialog's answer.
+  std::string probe;
+  SkipOnFailure([&] { probe = ProbeFile(*selection, List1); });
+  probe = SingleSeparators(probe);
+  ReplaceAll(probe, " ", "");
+  state.InputFile = probe;
   // A file that can't be read leaves Text5 as it was.
   SkipOnFailure([&] {
     state.SampleInterval = ReadMcSeis3Interval(state.InputFile);
