@@ -277,6 +277,9 @@ void PanelWindow::Build() {
     });
   }
   root_->body->addStretch(1);
+  // A panel with nothing on it yet still gets a window whose title, its
+  // name, can be read.
+  if (form_->Controls().empty()) setMinimumSize(320, 120);
 }
 
 PanelWindow::Container& PanelWindow::ContainerOf(const Control& c) {

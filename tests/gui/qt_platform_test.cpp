@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QCursor>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QInputDialog>
@@ -255,6 +256,23 @@ TEST(QtPlatformShell, RunsAJobScriptWithoutWaitingForIt) {
   std::string text;
   out >> text;
   EXPECT_EQ(text, "traces");
+}
+
+TEST(QtPlatformBusy, OnePointerHoweverOftenItIsAskedFor) {
+  {
+    QtPlatform platform;
+    platform.BusyPointer(true, "sisforme");
+    platform.BusyPointer(true, "sisforme");
+    ASSERT_NE(QApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    platform.BusyPointer(false, "sisforme");
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    platform.BusyPointer(false, "sisforme");
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    platform.BusyPointer(true, "sisforme");
+  }
+  // A platform that goes while busy leaves the normal pointer behind.
+  EXPECT_EQ(QApplication::overrideCursor(), nullptr);
 }
 
 TEST(QtPlatformShell, StartsNothingForAMissingProgram) {
