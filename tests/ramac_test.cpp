@@ -152,6 +152,27 @@ TEST(RamacConvert, NothingIsWrittenBeforeAProfileIsPicked) {
                  "buttons=16 title=\"Norvane File converter\" -> 1\n");
 }
 
+TEST(RamacHeader, ACancelledDialogIsTakenAsABarePath) {
+  const std::string out = RunRadar("click Command3\nshow Text1\nshow Text5\nshow Text6\nshow Text2\n"
+                                   "show RichTextBox1\nshow state.FolderOf\nshow state.InputFile\n");
+  EXPECT_EQ(out.substr(out.find("Text1")),
+            "Text1 = \"*.rd3\"\nText5 = \"*.SU\"\nText6 = \"512\"\nText2 = \" \"\n"
+            "RichTextBox1 = \" No RAD file available for *.rd3\\r\\n\"\n"
+            "state.FolderOf = \"/\"\nstate.InputFile = \"*.rd3\"\n");
+}
+
+TEST(RamacConvert, TheProfileItselfIsNeverTheOutput) {
+  TempDir dir;
+  const std::string rd3 = dir / "x.rd3";
+  WriteRd3(rd3, 2, 8);
+  const auto before = test::ReadBytes(rd3);
+  const std::string out =
+      RunRadar(Fields(rd3, "2", "8", "1", "0") + "set Text5 " + dir / "X.RD3" + "\nclick Command1\n");
+  EXPECT_EQ(out.substr(out.find("message")), "message \"Output SU file name is the input file: \\\"" + dir / "X.RD3" +
+                                                 "\\\"\" buttons=16 title=\"Norvane File converter\" -> 1\n");
+  EXPECT_EQ(test::ReadBytes(rd3), before);
+}
+
 TEST(RamacHeader, OutputNameFollowsTheInputName) {
   const std::string out = RunRadar("set Text1 ab\nshow Text5\nset Text1 /data/LINE7.rd3\nshow Text5\n");
   EXPECT_EQ(out, "opened MainPanel\nopened Radar_F\nText5 = \"*.SU\"\nText5 = \"/data/LINE7.SU\"\n");
@@ -282,20 +303,24 @@ TEST(RamacLimits, SixteenBitLimitsAreRefusedWithAMessage) {
   EXPECT_EQ(ReadSu(dir / "l.SU").ns, 8131);
 }
 
-TEST(RamacLimits, AnIntervalAboveThe16BitDtIsExplainedThenAskedFor) {
+TEST(RamacLimits, AnIntervalAboveThe16BitDtIsAskedForAgain) {
   TempDir dir;
   const std::string rd3 = dir / "i.rd3";
   WriteRd3(rd3, 1, 8);
-  const std::string message =
-      "message \"Sample rate above 32.767 ns: dt holds the nanoseconds x 1000 in 16 bits\" buttons=16 "
-      "title=\"Norvane File converter\" -> 1\n";
-  const std::string out =
-      RunRadar(Fields(rd3, "1", "8", "40", "0") + "answer prompt 33\nanswer prompt 12\nclick Command1\n");
-  EXPECT_EQ(out.substr(out.find("message")),
-            message + "prompt \" Enter the sampling rate (nanoS)\" title=\"\" default=\"0\" -> \"33\"\n" + message +
-                "prompt \" Enter the sampling rate (nanoS)\" title=\"\" default=\"0\" -> \"12\"\n"
-                "message \"OK Conversion done " + dir / "i.SU" + "   272\" buttons=0 title=\"\" -> 1\n");
+  const std::string prompt = "prompt \" Enter the sampling rate (nanoS)\" title=\"\" default=\"0\" -> ";
+  const std::string out = RunRadar(Fields(rd3, "1", "8", "40", "0") +
+                                   "answer prompt 33\nanswer prompt 12\nclick Command1\nshow Text4\n");
+  EXPECT_EQ(out.substr(out.find("prompt")),
+            prompt + "\"33\"\n" + prompt + "\"12\"\n"
+            "message \"OK Conversion done " + dir / "i.SU" + "   272\" buttons=0 title=\"\" -> 1\n"
+            "Text4 = \"12000\"\n");
   EXPECT_EQ(ReadSu(dir / "i.SU").Word(1, "dt"), 12000);
+  // Text4 now shows dt: a second press multiplies once more, which no
+  // longer fits, and the prompt comes back.
+  const std::string again = RunRadar(Fields(rd3, "1", "8", "12000", "0") + "answer message 6\nanswer prompt 2\n"
+                                     "click Command1\n");
+  EXPECT_NE(again.find(prompt + "\"2\"\n"), std::string::npos) << again;
+  EXPECT_EQ(ReadSu(dir / "i.SU").Word(1, "dt"), 2000);
 }
 
 TEST(RamacConvert, ShortOrMissingInputGivesZeroSamples) {

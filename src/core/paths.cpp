@@ -67,6 +67,12 @@ std::string ResolveExisting(const std::string& path) {
 
 bool HasWildcards(std::string_view name) { return name.find_first_of("*?") != std::string_view::npos; }
 
+bool SameExistingFile(const std::string& a, const std::string& b) {
+  std::error_code ec;
+  const bool same = fs::equivalent(ResolveExisting(a), ResolveExisting(b), ec);
+  return same && !ec;
+}
+
 int FileExists(const std::string& path) {
   if (path.empty()) return 0;
   const fs::path p(path);

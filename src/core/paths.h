@@ -31,4 +31,8 @@ std::string RunningProgramFolder();
 // Whether the name holds wildcards.
 bool HasWildcards(std::string_view name);
 
+// Whether both paths name one existing file (through links, and letter case
+// as ResolveExisting finds it). False when either does not exist.
+bool SameExistingFile(const std::string& a, const std::string& b);
+
 }  // namespace vexmor

@@ -40,17 +40,12 @@ constexpr EventRow<Radar_F> kEvents[] = {
     {"Command1", "Click", Op<&Radar_F::Command1_Click>},
 };
 
-constexpr const char* kTooLongInterval =
-    "Sample rate above 32.767 ns: dt holds the nanoseconds x 1000 in 16 bits";
-
-// A number that does not fit its 16-bit field leaves it at 0; *overflowed
-// tells a value too large from a plain 0.
-int16_t Int16OrZero(double value, bool* overflowed = nullptr) {
-  if (overflowed) *overflowed = false;
+// A number that does not fit its 16-bit field leaves it at 0, which brings
+// the prompt for it.
+int16_t Int16OrZero(double value) {
   try {
     return ToInt16(value);
   } catch (const RunTimeFailure&) {
-    if (overflowed) *overflowed = true;
     return 0;
   }
 }
@@ -86,9 +81,9 @@ void Radar_F::Lit_RAMAC() {
   request.fileName = "*.rd3";
   Text1.SetText(platform.ChooseFile(request));
   state.InputFile = Text1.Text();
-  // A bare name (the cancelled "*.rd3") keeps the folder of the last time.
+  // Taken as a path even when cancelled: a bare "*.rd3" leaves the root.
   const size_t slash = state.InputFile.rfind(kSep);
-  if (slash != std::string::npos) state.FolderOf = state.InputFile.substr(0, slash + 1);
+  state.FolderOf = slash == std::string::npos ? std::string(1, kSep) : state.InputFile.substr(0, slash + 1);
   if (state.InputFile.size() >= 3) Text5.SetText(ReplaceLastThree(state.InputFile, "SU"));
   Text6.SetText("512");
   // The trace count of 512-sample traces; a fraction stays in the text.
@@ -147,13 +142,12 @@ void Radar_F::ReadHeaderText(const std::string& headerText) {
 }
 
 bool Radar_F::AskSamplingInterval(int16_t& dt) {
-  bool tooLong = false;
-  dt = Int16OrZero(LeadingNumber(Text4.Text()) * 1000, &tooLong);
+  // Above 32.767 ns the product does not fit dt: asked for again.
+  dt = Int16OrZero(LeadingNumber(Text4.Text()) * 1000);
   while (dt <= 0) {
-    if (tooLong) platform.MessageBox(kTooLongInterval, buttons::kCritical, kConverterTitle);
     const std::string answer = platform.PromptValue(" Enter the sampling rate (nanoS)", "", "0");
     if (GaveUp(answer, "0")) return false;
-    dt = Int16OrZero(RoundHalfEven(LeadingNumber(answer)) * 1000, &tooLong);
+    dt = Int16OrZero(RoundHalfEven(LeadingNumber(answer)) * 1000);
     Text4.SetText(PlainDigits(dt));
   }
   return true;
@@ -173,6 +167,12 @@ bool Radar_F::AskSamplesPerTrace(int32_t& samples) {
 void Radar_F::Command1_Click() {
   state.InputFile = Text1.Text();
   state.OutputFile = Text5.Text();
+  // Killing or writing over the profile itself would lose it.
+  if (SameExistingFile(state.InputFile, state.OutputFile)) {
+    platform.MessageBox("Output SU file name is the input file: \"" + state.OutputFile + "\"", buttons::kCritical,
+                        kConverterTitle);
+    return;
+  }
   if (FileExists(state.OutputFile) == 1 && !HasWildcards(state.OutputFile) &&
       platform.MessageBox("Output file name already exists, kill this file ?", buttons::kQuestionYesNo, "") ==
           answers::kYes) {
