@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
@@ -73,6 +74,7 @@ TEST(SuAsciiFormat, ScientificWithEightDecimalsAndTwoExponentDigits) {
   EXPECT_EQ(Formatted(0.1f), "1.00000001E-01");
   EXPECT_EQ(Formatted(3.4028235e38f), "3.40282347E+38");
   EXPECT_EQ(Formatted(1.4e-45f), "1.40129846E-45");
+  EXPECT_EQ(Formatted(1000000.125f), "1.00000012E+06");  // an exact tie goes to the even digit
   EXPECT_EQ(Formatted(std::numeric_limits<float>::quiet_NaN()), "NaN");
   EXPECT_EQ(Formatted(-std::numeric_limits<float>::infinity()), "-Infinity");
 }
@@ -87,6 +89,10 @@ TEST(SuAsciiFormat, NineDigitsGiveBackTheSameFloat) {
     if (!std::isfinite(v)) continue;
     const std::string text = Formatted(v);
     ASSERT_EQ(std::strtof(text.c_str(), nullptr), v == 0.0f ? 0.0f : v) << text;
+    // The same digits as C's %.8E, ties and all.
+    char printed[32];
+    std::snprintf(printed, sizeof printed, "%.8E", static_cast<double>(v == 0.0f ? 0.0f : v));
+    ASSERT_EQ(text, printed);
   }
 }
 
@@ -143,6 +149,16 @@ TEST(SuAsciiChannels, CancelledDialogStillPromptsAndWritesNothing) {
   EXPECT_EQ(RunExport("open MainPanel\nanswer message 2\nclick Option8\n"),
             "opened MainPanel\nmessage \" This module writes one file per channel in ASCII format of the current "
             "data  \" buttons=1 title=\"Norvane File converter\" -> 2\n");
+}
+
+TEST(SuAsciiChannels, AnSuFileNamedLikeItsChannelFilesIsNotWrittenOver) {
+  TempDir dir;
+  const std::string su = dir / "shot.01";
+  WriteSu(su, 2, 3, [](int t) { return t; }, Sample);
+  const auto before = test::ReadBytes(su);
+  RunExport("open MainPanel\nanswer dialog " + su + "\nanswer prompt 1\nanswer prompt 2\nclick Option8\n");
+  EXPECT_EQ(test::ReadBytes(su), before);
+  EXPECT_EQ(ReadText(dir / "shot.02"), ChannelText(2, 3));
 }
 
 TEST(SuAsciiChannels, ChannelsPastTheLastTraceAreNotWritten) {
@@ -202,6 +218,19 @@ TEST(SuAsciiColumns, FirstAndLastAreSwappedAndClamped) {
   EXPECT_EQ(exportRange("1", "-3"), ColumnText(1, 1, 3));
   EXPECT_EQ(exportRange("-4", "x"), "\r\n\r\n\r\n");     // 1 to 0: no column
   EXPECT_EQ(exportRange("7", "9"), "\r\n\r\n\r\n");         // nothing left of the range
+}
+
+TEST(SuAsciiColumns, AnUnreadableFileStillAsksButWritesNothing) {
+  TempDir dir;
+  test::WriteText(dir / "old.txt", "keep");
+  const std::string out = RunExport("open MainPanel\nanswer dialog " + dir / "old.su" +
+                                    "\nclick Option24\nshow state.NbSamples\n");
+  EXPECT_EQ(out.substr(out.find("prompt")),
+            "prompt \"First trace to export\" title=\"Norvane File converter\" default=\"1\" -> \"1\"\n"
+            "prompt \"Last trace to export\" title=\"Norvane File converter\" default=\"0\" -> \"0\"\n"
+            "message \"" + dir / "old.txt" + " has been recorded\" buttons=64 title=\"Norvane File converter\" -> 1\n"
+            "state.NbSamples = 0\n");
+  EXPECT_EQ(ReadText(dir / "old.txt"), "keep");
 }
 
 TEST(SuAsciiColumns, AnExistingOutputIsReplacedAndNoEndsIt) {

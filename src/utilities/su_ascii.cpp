@@ -137,6 +137,9 @@ void WriteChannelFiles(BinaryFile& su, const std::string& stem, int32_t first, i
       const int two = static_cast<int>(counter % 100);
       const char ending[3] = {static_cast<char>('0' + two / 10), static_cast<char>('0' + two % 10), '\0'};
       state.TracePos = ToInt32(static_cast<double>(traceSize) * static_cast<double>(c - 1));
+      // An SU file named like one of its own channel files (a ".01") is
+      // never written over.
+      if (SameExistingFile(su.Path(), stem + ending)) continue;
       ReadSamples(su, int64_t{state.TracePos} + 240, static_cast<size_t>(state.NbSamples), samples);
       TextOut out(stem + ending);
       for (const float sample : samples) {
@@ -265,14 +268,16 @@ void su2Ascii(Session& session) {
   request.filter = "SU files|*.SU|";
   request.fileName = state.SuFile;
   const std::string path = platform.ChooseFile(request);
-  // A file that cannot be read (a cancelled dialog) leaves nothing to export.
+  // A file that cannot be read (a cancelled dialog) leaves NbSamples and
+  // NbTraces as they were; the questions still come.
   std::optional<BinaryFile> su = OpenForReading(path);
-  if (!su) return;
-  try {
-    state.NbSamples = su->ReadI16(kNsOffset);
-    state.NbTraces = state.NbSamples < -59 ? 0 : TraceCountOf(su->Size(), state.NbSamples);
-  } catch (const std::exception&) {
-    state.NbTraces = 0;
+  if (su) {
+    try {
+      state.NbSamples = su->ReadI16(kNsOffset);
+      state.NbTraces = state.NbSamples < -59 ? 0 : TraceCountOf(su->Size(), state.NbSamples);
+    } catch (const std::exception&) {
+      state.NbTraces = 0;
+    }
   }
 
   const std::string firstAnswer = platform.PromptValue("First trace to export", kConverterTitle, "1");
@@ -288,13 +293,16 @@ void su2Ascii(Session& session) {
   last = std::max(last, 0.0);
 
   const std::string output = DropLast(path, 3) + ".txt";
-  try {
-    std::remove(ResolveExisting(output).c_str());
-    TextOut out(output);
-    WriteColumns(*su, out, static_cast<int64_t>(first), static_cast<int64_t>(last), state.NbSamples, state);
-    out.Close();
-  } catch (const std::exception&) {
-    // No export reports a failure; the message below still comes.
+  // With nothing to read, an old text of that name is left alone.
+  if (su) {
+    try {
+      std::remove(ResolveExisting(output).c_str());
+      TextOut out(output);
+      WriteColumns(*su, out, static_cast<int64_t>(first), static_cast<int64_t>(last), state.NbSamples, state);
+      out.Close();
+    } catch (const std::exception&) {
+      // No export reports a failure; the message below still comes.
+    }
   }
   su.reset();
   platform.MessageBox(output + " has been recorded", buttons::kInformation, kConverterTitle);
