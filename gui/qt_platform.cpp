@@ -81,6 +81,23 @@ QStringList PatternsOf(const QString& patterns) {
   return out;
 }
 
+// While a dialog waits for the user, the pointer over it is the normal
+// one, even in the middle of a conversion that shows the busy pointer.
+class NormalPointerWhileAsking {
+ public:
+  explicit NormalPointerWhileAsking(bool busy) : busy_(busy) {
+    if (busy_) QApplication::setOverrideCursor(Qt::ArrowCursor);
+  }
+  ~NormalPointerWhileAsking() {
+    if (busy_) QApplication::restoreOverrideCursor();
+  }
+  NormalPointerWhileAsking(const NormalPointerWhileAsking&) = delete;
+  NormalPointerWhileAsking& operator=(const NormalPointerWhileAsking&) = delete;
+
+ private:
+  bool busy_;
+};
+
 }  // namespace
 
 QString MessageTitle(const std::string& title) {
@@ -149,7 +166,10 @@ int QtPlatform::MessageBox(const std::string& text, int buttonsCode, const std::
       }
     });
   }
-  box.exec();
+  {
+    NormalPointerWhileAsking pointer(busy_);
+    box.exec();
+  }
 
   // Closed without a button: the escape button's answer, as Escape gives.
   int answer = scriptedAnswer;
@@ -191,7 +211,11 @@ std::string QtPlatform::PromptValue(const std::string& prompt, const std::string
       }
     });
   }
-  const bool accepted = dialog.exec() == QDialog::Accepted;
+  bool accepted = false;
+  {
+    NormalPointerWhileAsking pointer(busy_);
+    accepted = dialog.exec() == QDialog::Accepted;
+  }
   const std::string answer = accepted ? dialog.textValue().toStdString() : std::string();
   Write(transcript::Prompt(prompt, title, defaultText, answer));
   return answer;
@@ -221,7 +245,12 @@ std::string QtPlatform::ChooseFile(const FileRequest& request) {
     });
   }
   std::string answer = request.fileName;
-  if (dialog.exec() == QDialog::Accepted) {
+  bool accepted = false;
+  {
+    NormalPointerWhileAsking pointer(busy_);
+    accepted = dialog.exec() == QDialog::Accepted;
+  }
+  if (accepted) {
     if (queued) {
       answer = *queued;
     } else {

@@ -265,6 +265,15 @@ TEST(QtPlatformBusy, OnePointerHoweverOftenItIsAskedFor) {
     platform.BusyPointer(true, "sisforme");
     ASSERT_NE(QApplication::overrideCursor(), nullptr);
     EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    // A message in the middle of the work is answered with the normal pointer.
+    Qt::CursorShape overBox = Qt::WaitCursor;
+    OnNextDialog([&](QWidget* w) {
+      overBox = QApplication::overrideCursor()->shape();
+      static_cast<QMessageBox*>(w)->accept();
+    });
+    platform.MessageBox("Verify your parameters...", 16, "Norvane File converter");
+    EXPECT_EQ(overBox, Qt::ArrowCursor);
+    EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
     platform.BusyPointer(false, "sisforme");
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
     platform.BusyPointer(false, "sisforme");
