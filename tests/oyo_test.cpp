@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "core/binary_file.h"
@@ -187,6 +188,41 @@ TEST(OyoFormat, FieldsAsTheyStand) {
   EXPECT_EQ(block.sourceX, 0);
   EXPECT_EQ(block.sourceY, -12);
   EXPECT_EQ(block.further1, 12.5);
+  // The block written by hand at its byte offsets, every field at its full
+  // width, with no blank between neighbours where the layout has none.
+  std::vector<uint8_t> bytes(6144 + 8, ' ');
+  const auto put = [&](size_t at, const std::string& text) {
+    std::copy(text.begin(), text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+  };
+  put(2816, "4321");
+  put(2866, "0024");
+  put(2870, "1000");
+  put(2875, "0.125");
+  put(2881, "-00012345");
+  put(2891, "0008");
+  put(2896, "0400");
+  put(2901, "0050");
+  put(2906, "-99999");
+  put(2913, "123456");
+  put(2920, "777777");
+  put(2927, "-88888");
+  test::WriteBytes(dir / "HAND.ORG", bytes);
+  BinaryFile hand(dir / "HAND.ORG", BinaryFile::Mode::Read);
+  EXPECT_EQ(ReadOyoField(hand, kOyoChannels), "0024");
+  EXPECT_EQ(ReadOyoField(hand, kOyoSamples), "1000");
+  EXPECT_EQ(ReadOyoField(hand, kOyoInterval), "0.125");
+  const OyoTextBlock fields = ReadOyoTextBlock(hand);
+  EXPECT_EQ(fields.recordNumber, 4321);
+  EXPECT_EQ(fields.delay, -12345);
+  EXPECT_EQ(fields.lowCut, 8);
+  EXPECT_EQ(fields.highCut, 400);
+  EXPECT_EQ(fields.notch, 50);
+  EXPECT_EQ(fields.sourceX, -99999);
+  EXPECT_EQ(fields.sourceY, 123456);
+  EXPECT_EQ(fields.further1, 777777);
+  EXPECT_EQ(fields.further2, -88888);
+  EXPECT_EQ(OyoTraceOffset(2, 1, 4), 6148);
+  EXPECT_EQ(OyoTraceOffset(3, 1000, 2), 6144 + 4000);
   // A file that ends before the block reads blanks.
   test::WriteBytes(dir / "B.ORG", std::vector<uint8_t>(100, 0));
   BinaryFile shortFile(dir / "B.ORG", BinaryFile::Mode::Read);
