@@ -1,6 +1,7 @@
 #include "panels/main_panel.h"
 
-#include "core/failure.h"
+#include <exception>
+
 #include "core/paths.h"
 #include "core/text.h"
 #include "utilities/su_ascii.h"
@@ -119,12 +120,13 @@ constexpr const char* kHelpLines[] = {
     " This module can convert nearly all type of seismic file ",
 };
 
-// A step that fails is passed over and the next one runs.
+// A step that fails is passed over and the next one runs, whatever the
+// failure: a panel that cannot load keeps none of the others shut.
 template <typename Step>
 void PassOver(Step&& step) {
   try {
     step();
-  } catch (const RunTimeFailure&) {
+  } catch (const std::exception&) {
   }
 }
 
@@ -146,10 +148,6 @@ void MainPanel::Form_Load() {
   state.CommandPrefix = "command.com /c ";
   state.NewLine = "\r\n";
 }
-
-}  // namespace vexmor
-
-namespace vexmor {
 
 void MainPanel::Form_Unload() {
   // Nothing to save and nothing to wait for: the session ends every other
