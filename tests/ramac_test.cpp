@@ -339,6 +339,19 @@ TEST(RamacConvert, ShortOrMissingInputGivesZeroSamples) {
   ASSERT_EQ(su.Traces(), 2u);
   EXPECT_EQ(su.Sample(1, 1), 0.0f);
   EXPECT_EQ(su.Word(1, "day"), -30);
+
+  // A folder by that name reads as nothing; a spacing beyond a float leaves
+  // the distances and d1, d2 at 0.
+  std::filesystem::create_directory(dir / "folder.rd3");
+  const std::string out =
+      RunRadar(Fields(dir / "folder.rd3", "2", "16", "1", "0", "1e39") + "click Command1\n");
+  EXPECT_NE(out.find("OK Conversion done"), std::string::npos) << out;
+  su = ReadSu(dir / "folder.SU");
+  ASSERT_EQ(su.Traces(), 2u);
+  EXPECT_EQ(su.Sample(2, 2), 0.0f);
+  EXPECT_EQ(su.Word(2, "offset"), 0);
+  EXPECT_EQ(su.Word(2, "d1"), 0.0f);
+  EXPECT_EQ(su.Word(2, "d2"), 0.0f);
 }
 
 TEST(RamacConvert, AnOutputThatCannotBeWrittenIsReported) {

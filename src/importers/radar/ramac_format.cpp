@@ -2,7 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cmath>
 #include <ctime>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -34,8 +37,10 @@ void FillHeader(SuHeader& h, const RamacConversion& job, int32_t i, int32_t x) {
   h.Set("day", job.date.day);
   h.Set("hour", job.date.hour);
   h.Set("minute", job.date.minute);
-  h.Set("d1", static_cast<float>(job.spacing));
-  h.Set("d2", static_cast<float>(job.spacing));
+  // A spacing beyond the range of a float leaves both words at 0.
+  const double spacing = std::fabs(job.spacing) <= std::numeric_limits<float>::max() ? job.spacing : 0.0;
+  h.Set("d1", spacing);
+  h.Set("d2", spacing);
 }
 
 }  // namespace
@@ -99,7 +104,15 @@ void ConvertRamacProfile(const RamacConversion& job, const std::function<void(in
     } catch (const std::exception&) {
       // A distance too large for its word keeps the one before.
     }
-    if (in) in->Read(int64_t{2} * m * (i - 1), input.data(), input.size());
+    if (in) {
+      try {
+        in->Read(int64_t{2} * m * (i - 1), input.data(), input.size());
+      } catch (const std::exception&) {
+        // An input that fails part way (a folder, a disk error) gives 0 from there on.
+        in.reset();
+        std::fill(input.begin(), input.end(), uint8_t{0});
+      }
+    }
     for (int32_t k = 1; k <= n; ++k) {
       const int32_t source = k + job.timeZero - 1;  // from 1; 0 does not exist
       const float value = source >= 1 ? static_cast<float>(GetLE16(input.data() + 2 * (source - 1))) : 0.0f;
