@@ -246,9 +246,26 @@ std::string QtPlatform::ChooseFile(const FileRequest& request) {
   }
   std::string answer = request.fileName;
   bool accepted = false;
-  {
-    NormalPointerWhileAsking pointer(busy_);
-    accepted = dialog.exec() == QDialog::Accepted;
+  for (;;) {
+    {
+      NormalPointerWhileAsking pointer(busy_);
+      accepted = dialog.exec() == QDialog::Accepted;
+    }
+    if (!accepted || queued || request.multi) break;
+    // A pattern typed as the name (the preset "*.SU" left as it stands)
+    // filters the list and the dialog stays, as the system's own does.
+    const QStringList typed = dialog.selectedFiles();
+    if (typed.isEmpty()) break;
+    const QFileInfo pattern(typed.front());
+    if (!HasWildcards(pattern.fileName().toStdString())) break;
+    QStringList filters = dialog.nameFilters();
+    const QString own = pattern.fileName() + QStringLiteral(" (") + pattern.fileName() + QChar(')');
+    filters.removeAll(own);
+    filters.prepend(own);
+    dialog.setNameFilters(filters);
+    dialog.selectNameFilter(own);
+    dialog.setDirectory(pattern.absolutePath());
+    dialog.selectFile(QString());
   }
   if (accepted) {
     if (queued) {

@@ -229,13 +229,24 @@ TEST(QtPlatformFileDialog, CancelGivesThePresetAndANewNameCanBeTyped) {
   OnNextDialog([](QWidget* w) { static_cast<QFileDialog*>(w)->reject(); });
   EXPECT_EQ(platform.ChooseFile(request), "*.SU");
 
-  OnNextDialog([](QWidget* w) {
+  // The preset pattern pressed as it stands only filters the list; then a
+  // new name is typed.
+  QStringList filtersAfterPattern;
+  OnNextDialog([&](QWidget* w) {
     auto* dialog = static_cast<QFileDialog*>(w);
     EXPECT_EQ(dialog->fileMode(), QFileDialog::AnyFile);
-    dialog->findChild<QLineEdit*>("fileNameEdit")->setText("NEW.SU");
+    EXPECT_EQ(dialog->findChild<QLineEdit*>("fileNameEdit")->text(), "*.SU");
     static_cast<QDialog*>(dialog)->accept();
+    OnNextDialog([&](QWidget* again) {
+      auto* same = static_cast<QFileDialog*>(again);
+      filtersAfterPattern = same->nameFilters();
+      same->findChild<QLineEdit*>("fileNameEdit")->setText("NEW.SU");
+      static_cast<QDialog*>(same)->accept();
+    });
   });
   EXPECT_EQ(platform.ChooseFile(request), (dir.path / "NEW.SU").string());
+  ASSERT_FALSE(filtersAfterPattern.isEmpty());
+  EXPECT_EQ(filtersAfterPattern.front(), "*.SU (*.SU)");
 
   platform.SetScripted(true);
   EXPECT_EQ(platform.ChooseFile(request), "*.SU");
