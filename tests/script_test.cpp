@@ -174,15 +174,22 @@ TEST(HeadlessPlatform, ShellReallyStartsTheProgramAndReapsIt) {
 }
 
 TEST(ShellCommand, InterpreterPrefixAndScripts) {
-  const ShellCommand c = ParseShellCommand("command.com /c /tmp/x/convert.bat", "/opt/bin");
+  test::TempDir dir;
+  const std::string script = dir / "convert.bat";
+  test::WriteText(script, "rem\r\n");
+  const ShellCommand c = ParseShellCommand("command.com /c " + script, "/opt/bin");
   EXPECT_TRUE(c.closeAtEnd);
   EXPECT_TRUE(c.isScript);
+  ASSERT_FALSE(c.argv.empty());
   EXPECT_EQ(c.argv.front(), "/opt/bin/vexmor-bat");
-  EXPECT_EQ(c.argv.back(), "/tmp/x/convert.bat");
-  const ShellCommand d = ParseShellCommand("/tmp/x/convert.bat", "/opt/bin");
+  EXPECT_EQ(c.argv.back(), script);
+  const ShellCommand d = ParseShellCommand(script, "/opt/bin");
   EXPECT_FALSE(d.closeAtEnd);
+  ASSERT_FALSE(d.argv.empty());
   EXPECT_EQ(d.argv.front(), "/opt/bin/vexmor-bat");
   EXPECT_TRUE(ParseShellCommand("   ", "/opt/bin").argv.empty());
+  // A script that isn't there starts nothing.
+  EXPECT_TRUE(ParseShellCommand("command.com /c " + (dir / "gone.bat"), "/opt/bin").argv.empty());
 }
 
 TEST(Registry, EveryScriptPanelNameIsKnown) {

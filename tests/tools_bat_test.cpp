@@ -217,6 +217,10 @@ TEST(ToolsShellWindow, TerminalOnlyWhenAskedAndThere) {
   WaitForJobs();
   EXPECT_EQ(ReadText(dir / "b"), "data");
   EXPECT_EQ(StartJob({dir / "not-there"}), 0);
+  // A job script that isn't there: nothing could be started, task 0.
+  const ShellCommand missing = ParseShellCommand("command.com /c " + dir / "gone.bat", folder);
+  EXPECT_TRUE(missing.argv.empty());
+  EXPECT_EQ(StartJob(JobCommand(missing, 1)), 0);
 }
 
 }  // namespace

@@ -212,10 +212,17 @@ TEST(ToolsSegdRead, NotSegd) {
   multiplexed[2] = 0x00;
   multiplexed[3] = 0x15;  // format 0015: multiplexed
   WriteBytes(dir / "mux.sgd", multiplexed);
-  for (const char* name : {"empty.sgd", "text.sgd", "mux.sgd", "missing.sgd"}) {
+  // Text whose first bytes happen to read as BCD: still no SEG-D revision.
+  std::string notes = "# Vexmor\n\nA desktop converter for near-surface geophysics.\n";
+  notes.resize(4000, 'x');
+  WriteText(dir / "notes.sgd", notes);
+  for (const char* name : {"empty.sgd", "text.sgd", "mux.sgd", "missing.sgd", "notes.sgd"}) {
     const ToolRun run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=" + name + " > out.su");
     EXPECT_EQ(run.status, 1) << name;
     EXPECT_NE(run.err.find(name), std::string::npos) << run.err;
+    if (std::string(name) == "text.sgd" || std::string(name) == "notes.sgd") {
+      EXPECT_NE(run.err.find("not a SEG-D file"), std::string::npos) << run.err;
+    }
   }
 }
 

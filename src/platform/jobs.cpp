@@ -80,6 +80,8 @@ ShellCommand ParseShellCommand(const std::string& commandLine, const std::string
   program = ResolveExisting(program);
   if (EndsWithNoCase(program, ".bat")) {
     command.isScript = true;
+    // A script that isn't there starts nothing, as the desktop's own shell says.
+    if (FileExists(program) == 0) return command;
     command.argv = {programFolder + kSep + kBatchRunner};
     if (command.closeAtEnd) command.argv.push_back("--close");
     command.argv.push_back(program);

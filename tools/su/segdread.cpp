@@ -171,16 +171,19 @@ Record ReadRecordHeaders(const Bytes& file, size_t start) {
   rec.codec = FindCodec(formatCode);
   const int additional = gh1[11] >> 4;
   const uint8_t* gh2 = additional >= 1 ? file.At(start + kBlock, kBlock, "general header") : nullptr;
+  if (formatCode < 0) throw ToolError(file.name + ": not a SEG-D file: the format code is not BCD");
   rec.revision = gh2 != nullptr ? gh2[10] : 0;
+  if (rec.revision > 9) {
+    throw ToolError(file.name + ": not a SEG-D file: revision byte " + std::to_string(rec.revision) +
+                    " in the second general header");
+  }
   if (rec.revision >= 3) {
     throw ToolError(file.name + ": SEG-D rev " + std::to_string(rec.revision) + "." + std::to_string(gh2[11]) +
                     " is not read (rev 1 and 2 are)");
   }
   if (rec.codec == nullptr) {
-    throw ToolError(file.name + (formatCode < 0 ? ": not a SEG-D file: the format code is not BCD"
-                                                : ": sample format " + std::to_string(formatCode) +
-                                                      " is not read (8015, 8022, 8024, 8036, 8038, 8042, 8044, "
-                                                      "8048, 8058 are; multiplexed data is not)"));
+    throw ToolError(file.name + ": sample format " + std::to_string(formatCode) +
+                    " is not read (8015, 8022, 8024, 8036, 8038, 8042, 8044, 8048, 8058 are; multiplexed data is not)");
   }
   rec.fileNumber = Bcd(gh1, 4);
   if (rec.fileNumber < 0 && gh2 != nullptr) rec.fileNumber = int(GetBE24u(gh2));
