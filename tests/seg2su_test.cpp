@@ -211,6 +211,15 @@ TEST(Seg2Packed20, OnesComplementMantissasAndExponents) {
   EXPECT_EQ(out[1], -10.0f);
   EXPECT_EQ(out[2], 32767.0f * 4);
   EXPECT_EQ(out[3], 0.0f);
+  EXPECT_FALSE(std::signbit(out[3]));
+  // The same group high byte first: each 16-bit word turned round.
+  const std::vector<uint8_t> high = {0xF2, 0x10, 0, 5, 0xFF, 0xFA, 0x7F, 0xFF, 0xFF, 0xFF};
+  float big[4];
+  DecodeSeg2Samples(high.data(), 3, true, 4, big);
+  for (int k = 0; k < 4; ++k) EXPECT_EQ(big[k], out[k]) << k;
+  // A last group of fewer than four samples still takes its exponents.
+  DecodeSeg2Samples(group.data(), 3, false, 2, big);
+  EXPECT_EQ(big[1], -10.0f);
 }
 
 // --- the SU words ------------------------------------------------------------
