@@ -241,7 +241,7 @@ TEST(Seg2Words, KeywordsGoWhereAGeophysicistLooksForThem) {
                                "DELAY -0.010", "STACK 4", "SOURCE_LOCATION 10.25", "RECEIVER_LOCATION 12.5 0 101.75",
                                "LOW_CUT_FILTER 10 12", "HIGH_CUT_FILTER 250 24", "ALIAS_FILTER 500 18",
                                "NOTCH_FREQUENCY 50", "FIXED_GAIN 24 DB", "CDP_NUMBER 88", "SOURCE_STATION_NUMBER 101",
-                               "TRACE_TYPE SEISMIC_DATA"},
+                               "TRACE_TYPE SEISMIC_DATA", "STATIC_CORRECTIONS 4 -2.5 1.5"},
                               notes);
   EXPECT_EQ(h.GetInt("tracl"), 5);
   EXPECT_EQ(h.GetInt("tracr"), 5);
@@ -270,6 +270,9 @@ TEST(Seg2Words, KeywordsGoWhereAGeophysicistLooksForThem) {
   EXPECT_EQ(h.GetInt("afils"), 18);
   EXPECT_EQ(h.GetInt("nofilf"), 50);
   EXPECT_EQ(h.GetInt("igc"), 24);
+  EXPECT_EQ(h.GetInt("sstat"), 4);
+  EXPECT_EQ(h.GetInt("gstat"), -2);  // whole milliseconds, half to even
+  EXPECT_EQ(h.GetInt("tstat"), 2);
   EXPECT_EQ(h.GetInt("year"), 2008);
   EXPECT_EQ(h.GetInt("day"), 60);
   EXPECT_EQ(h.GetInt("hour"), 23);

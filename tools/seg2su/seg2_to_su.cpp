@@ -300,6 +300,12 @@ SuHeader Seg2TraceHeader(const Seg2File& file, const Seg2Trace& trace, const Seg
   SetFilter(h, trace.Find("ALIAS_FILTER"), "afilf", "afils", notes, "ALIAS_FILTER");
   SetFilter(h, trace.Find("NOTCH_FREQUENCY"), "nofilf", nullptr, notes, "NOTCH_FREQUENCY");
   if (FirstNumber(trace.Find("FIXED_GAIN"), value)) TrySet(h, "igc", value, notes, "FIXED_GAIN");
+  // Source, receiver and total statics, in milliseconds as SU keeps them.
+  if (const std::string* statics = trace.Find("STATIC_CORRECTIONS")) {
+    const std::vector<double> v = Numbers(*statics);
+    const char* words[] = {"sstat", "gstat", "tstat"};
+    for (size_t k = 0; k < std::min<size_t>(3, v.size()); ++k) TrySet(h, words[k], v[k], notes, "STATIC_CORRECTIONS");
+  }
   SetDateWords(h, file, notes);
   return h;
 }
