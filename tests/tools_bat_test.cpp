@@ -81,6 +81,14 @@ TEST(ToolsBatchRunner, PipesRedirectionsAndToolNamesInAnyCase) {
   EXPECT_EQ(clean[210], 0xAB);
   EXPECT_EQ(ReadBytes(dir / "piped.su"), clean);
   EXPECT_EQ(ReadBytes(dir / "twice.su").size(), 2 * clean.size());
+
+  // Tools named the DOS way: a backslash behind the folder, a redirection in
+  // the middle of the line, or the folder of another system.
+  const ToolRun dos = RunBat(dir.Str(), bin + "\\segyclean <in.su >dos1.su\r\n" + bin +
+                                            "\\SEGYCLEAN.EXE <in.su >dos2.su verbose=0\r\n" +
+                                            "C:\\tarvix\\bin\\SEGYCLEAN <in.su >dos3.su\r\n");
+  EXPECT_EQ(dos.status, 0) << dos.err;
+  for (const char* name : {"dos1.su", "dos2.su", "dos3.su"}) EXPECT_EQ(ReadBytes(dir / name), clean) << name;
 }
 
 TEST(ToolsBatchRunner, ToolsReportBrokenStreams) {

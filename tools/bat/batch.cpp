@@ -365,6 +365,16 @@ int Pause() {
 }
 
 std::string FindProgram(const std::string& name, const Options& options) {
+  // Scripts written the DOS way put a backslash between folder and tool.
+  if (name.find('\\') != std::string::npos && FileExists(ResolveExisting(name)) == 0) {
+    std::string slashed = name;
+    std::replace(slashed.begin(), slashed.end(), '\\', kSep);
+    const std::string found = FindProgram(slashed, options);
+    if (!found.empty()) return found;
+    // "C:\tarvix\bin\SEGYREAD": a folder of another system; the tool is ours.
+    const std::string base = slashed.substr(slashed.rfind(kSep) + 1);
+    return base.empty() ? "" : FindProgram(base, options);
+  }
   if (name.find(kSep) != std::string::npos) {
     const std::string found = ResolveExisting(name);
     return FileExists(found) == 1 ? found : "";
