@@ -190,6 +190,13 @@ TEST(ShellCommand, InterpreterPrefixAndScripts) {
   EXPECT_TRUE(ParseShellCommand("   ", "/opt/bin").argv.empty());
   // A script that isn't there starts nothing.
   EXPECT_TRUE(ParseShellCommand("command.com /c " + (dir / "gone.bat"), "/opt/bin").argv.empty());
+  // Paths written the DOS way: a backslash before the name, another system's folder.
+  const ShellCommand dos = ParseShellCommand("command.com /c " + dir.Str() + "\\convert.bat", "/opt/bin");
+  ASSERT_FALSE(dos.argv.empty());
+  EXPECT_EQ(dos.argv.back(), script);
+  const std::string bin = VEXMOR_BIN_DIR;
+  EXPECT_EQ(ParseShellCommand(bin + "\\rtoaw.exe", bin).argv, std::vector<std::string>{bin + "/rtoaw"});
+  EXPECT_EQ(ParseShellCommand("C:\\tarvix\\bin\\SEG2SU.EXE", bin).argv, std::vector<std::string>{bin + "/seg2su"});
 }
 
 TEST(Registry, EveryScriptPanelNameIsKnown) {

@@ -74,6 +74,11 @@ ShellCommand ParseShellCommand(const std::string& commandLine, const std::string
   }
   if (words.empty()) return command;
   std::string program = words.front();
+  // A DOS path: folder + "\rtoaw.exe"; another system's folder stands for ours.
+  if (program.find('\\') != std::string::npos && FileExists(program) == 0) {
+    std::replace(program.begin(), program.end(), '\\', kSep);
+    if (FileExists(program) == 0) program = program.substr(program.rfind(kSep) + 1);
+  }
   if (program.find(kSep) == std::string::npos && FileExists(program) == 0) {
     program = programFolder + kSep + program;
   }
