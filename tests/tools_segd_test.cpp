@@ -202,6 +202,22 @@ TEST(ToolsSegdRead, EverySampleFormat) {
     ASSERT_EQ(su.size(), 4u);
     EXPECT_EQ(GetWord(su[0].header.data(), SuWordNamed("trid")), 0);
   }
+
+  // A trace number past 9999: FFFF in the header, the number in the extension.
+  auto record = MakeSegd(8058, std::vector<uint8_t>(4 * kNs, 0), kNs, 3);
+  const size_t first = 128 + (20 + 32 + 4 * kNs);  // behind the auxiliary trace
+  record[first + 4] = 0xFF;
+  record[first + 5] = 0xFF;
+  record[first + 20 + 21] = 0x01;  // 99999
+  record[first + 20 + 22] = 0x86;
+  record[first + 20 + 23] = 0x9F;
+  WriteBytes(dir / "big.sgd", record);
+  const ToolRun run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=big.sgd > big.su");
+  ASSERT_EQ(run.status, 0) << run.err;
+  const auto su = ReadSu(dir / "big.su");
+  ASSERT_EQ(su.size(), 3u);
+  EXPECT_EQ(GetWord(su[0].header.data(), SuWordNamed("tracf")), 99999);
+  EXPECT_EQ(GetWord(su[1].header.data(), SuWordNamed("tracf")), 2);
 }
 
 TEST(ToolsSegdRead, NotSegd) {

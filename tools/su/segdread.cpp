@@ -299,7 +299,10 @@ int Main(int argc, char** argv) {
       SuHeader header;
       header.Set("fldr", rec.fileNumber);
       header.Set("ep", rec.fileNumber);
-      header.Set("tracf", std::max(0, Bcd(th + 4, 4)));
+      // Trace numbers past 9999 stand in the first extension (rev 2).
+      int64_t traceNumber = Bcd(th + 4, 4);
+      if (traceNumber < 0 && extensions >= 1) traceNumber = GetBE24u(th + 20 + 21);
+      header.Set("tracf", double(std::max<int64_t>(0, traceNumber)));
       header.Set("trid", set.channelType == 1 ? 1 : 0);
       header.Set("dt", set.dtUs);
       header.Set("year", rec.year);
