@@ -131,8 +131,10 @@ Output::~Output() {
 
 void Output::Write(const void* data, size_t n) {
   const auto* p = static_cast<const uint8_t*>(data);
-  if (used_ + n > buffer_.size()) Flush();
-  if (n >= buffer_.size()) {
+  // A big block goes out as it is: copying it into the buffer first costs
+  // more than the write it would save.
+  if (used_ + n > buffer_.size() || n >= buffer_.size() / 4) Flush();
+  if (n >= buffer_.size() / 4) {
     size_t done = 0;
     while (done < n) {
       const ssize_t w = write(fd_, p + done, n - done);
