@@ -220,6 +220,79 @@ TEST(ToolsSegdRead, EverySampleFormat) {
   EXPECT_EQ(GetWord(su[1].header.data(), SuWordNamed("tracf")), 2);
 }
 
+// A SEG-D rev 3 record: three general headers, channel sets of three blocks
+// with binary counts, an extended header, one trace header extension.
+TEST(ToolsSegdRead, Rev3Record) {
+  TempDir dir;
+  constexpr int kNs = 5;
+  std::vector<uint8_t> f(32 * 3, 0);
+  f[0] = 0x00;
+  f[1] = 0x42;  // file 42
+  f[2] = 0x80;
+  f[3] = 0x58;  // 8058
+  f[10] = 0x23;         // 2023
+  f[11] = 0x20 | 0x03;  // two more general headers; day 3xx
+  f[12] = 0x65;         // day 365
+  f[13] = 0x12;
+  f[14] = 0x34;
+  f[15] = 0x56;
+  f[27] = 1;    // scan types
+  f[28] = 2;    // channel sets
+  f[30] = 0xFF; // extended header blocks: in the second general header
+  f[32 + 7] = 1;
+  f[32 + 10] = 3;  // rev 3.1
+  f[32 + 11] = 1;
+  for (int set = 0; set < 2; ++set) {
+    std::vector<uint8_t> csd(96, 0);
+    csd[0] = 1;
+    PutBE16u(csd.data() + 1, uint16_t(set + 1));
+    csd[3] = set == 0 ? 0x90 : 0x10;  // auxiliary, seismic
+    PutBE32u(csd.data() + 12, kNs);
+    csd[22] = set == 0 ? 1 : 2;  // channels, 3 bytes
+    csd[25] = 0xFA;              // 250 us, 3 bytes
+    f.insert(f.end(), csd.begin(), csd.end());
+  }
+  f.resize(f.size() + 32, 0xEE);  // the extended header
+  for (int set = 0; set < 2; ++set) {
+    for (int c = 1; c <= (set == 0 ? 1 : 2); ++c) {
+      std::vector<uint8_t> th(20 + 32, 0);
+      th[2] = 1;
+      th[3] = uint8_t(set + 1);
+      th[5] = uint8_t(c);
+      th[9] = 1;
+      f.insert(f.end(), th.begin(), th.end());
+      for (int i = 0; i < kNs; ++i) {
+        uint8_t word[4];
+        PutBE32u(word, FloatBits(float(100 * set + 10 * c + i)));
+        f.insert(f.end(), word, word + 4);
+      }
+    }
+  }
+  WriteBytes(dir / "rev3.sgd", f);
+  const ToolRun run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=rev3.sgd > out.su");
+  ASSERT_EQ(run.status, 0) << run.err;
+  const auto su = ReadSu(dir / "out.su");
+  ASSERT_EQ(su.size(), 2u);
+  for (size_t t = 0; t < 2; ++t) {
+    const auto* h = su[t].header.data();
+    EXPECT_EQ(GetWord(h, SuWordNamed("fldr")), 42);
+    EXPECT_EQ(GetWord(h, SuWordNamed("tracf")), double(t + 1));
+    EXPECT_EQ(GetWord(h, SuWordNamed("trid")), 1);
+    EXPECT_EQ(GetWord(h, SuWordNamed("dt")), 250);
+    EXPECT_EQ(GetWord(h, SuWordNamed("year")), 2023);
+    EXPECT_EQ(GetWord(h, SuWordNamed("day")), 365);
+    EXPECT_EQ(GetWord(h, SuWordNamed("minute")), 34);
+    ASSERT_EQ(su[t].samples.size(), size_t(kNs));
+    for (int i = 0; i < kNs; ++i) EXPECT_EQ(su[t].samples[size_t(i)], float(100 + 10 * (t + 1) + i));
+  }
+  // Rev 4 does not exist yet: refused, and said.
+  f[32 + 10] = 4;
+  WriteBytes(dir / "rev4.sgd", f);
+  const ToolRun later = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=rev4.sgd > out.su");
+  EXPECT_EQ(later.status, 1);
+  EXPECT_NE(later.err.find("rev 4.1"), std::string::npos) << later.err;
+}
+
 TEST(ToolsSegdRead, NotSegd) {
   TempDir dir;
   WriteBytes(dir / "empty.sgd", {});

@@ -1,11 +1,13 @@
-// segdread: SEG-D (rev 1 and 2) demultiplexed disk files to SU traces.
+// segdread: SEG-D (rev 1, 2 and 3) demultiplexed disk files to SU traces.
 //
 // One record:
 //   | general header 32 x (1 + n) | channel set descriptors 32 x sets x scan types
 //   | (skew 32 x k) | extended header 32 x e | external header 32 x x |
 //   | trace: header 20 | extensions 32 x t | samples | trace | ... | trailer |
 // A file may hold several records one behind the other. Numbers in the
-// headers are BCD unless said otherwise; samples are big-endian.
+// headers are BCD unless said otherwise; samples are big-endian. Rev 3 adds
+// a third general header and gives each channel set three blocks, with its
+// sample count and interval in binary.
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -21,7 +23,7 @@ namespace vexmor::su {
 namespace {
 
 const char* kUsage =
-    "segdread - read a SEG-D (rev 1, 2) demultiplexed file and write SU traces\n"
+    "segdread - read a SEG-D (rev 1, 2, 3) demultiplexed file and write SU traces\n"
     "\n"
     "  segdread tape=FILE [aux=0] > out.su\n"
     "\n"
@@ -150,6 +152,7 @@ struct ChannelSet {
   int64_t startMs = 0;
   int64_t endMs = 0;
   int dtUs = 0;
+  int64_t ns = 0;  // given by rev 3 descriptors
 };
 
 struct Record {
@@ -169,7 +172,7 @@ Record ReadRecordHeaders(const Bytes& file, size_t start) {
   const uint8_t* gh1 = file.At(start, kBlock, "general header");
   const int formatCode = Bcd(gh1 + 2, 4);
   rec.codec = FindCodec(formatCode);
-  const int additional = gh1[11] >> 4;
+  int64_t additional = gh1[11] >> 4;
   const uint8_t* gh2 = additional >= 1 ? file.At(start + kBlock, kBlock, "general header") : nullptr;
   if (formatCode < 0) throw ToolError(file.name + ": not a SEG-D file: the format code is not BCD");
   rec.revision = gh2 != nullptr ? gh2[10] : 0;
@@ -177,9 +180,14 @@ Record ReadRecordHeaders(const Bytes& file, size_t start) {
     throw ToolError(file.name + ": not a SEG-D file: revision byte " + std::to_string(rec.revision) +
                     " in the second general header");
   }
-  if (rec.revision >= 3) {
+  if (rec.revision > 3) {
     throw ToolError(file.name + ": SEG-D rev " + std::to_string(rec.revision) + "." + std::to_string(gh2[11]) +
-                    " is not read (rev 1 and 2 are)");
+                    " is not read (rev 1, 2 and 3 are)");
+  }
+  const bool rev3 = rec.revision == 3;
+  if (rev3 && additional == 0xF) additional = GetBE16u(gh2 + 18);
+  if (rev3 && additional < 2) {
+    throw ToolError(file.name + ": SEG-D rev 3 without its third general header");
   }
   if (rec.codec == nullptr) {
     throw ToolError(file.name + ": sample format " + std::to_string(formatCode) +
@@ -195,24 +203,39 @@ Record ReadRecordHeaders(const Bytes& file, size_t start) {
   rec.second = std::max(0, Bcd(gh1 + 15, 2));
   rec.baseDtUs = static_cast<int>(std::lround(gh1[22] * 1000.0 / 16.0));
 
-  auto count = [&](int bcd, int gh2Offset) -> int64_t {
+  // A count of FF in the first general header stands in the second one,
+  // in 2 or (rev 3) 3 bytes.
+  auto count = [&](int bcd, int gh2Offset, int bytes) -> int64_t {
     if (bcd >= 0) return bcd;
-    return gh2 != nullptr ? GetBE16u(gh2 + gh2Offset) : 0;
+    if (gh2 == nullptr || gh2Offset < 0) return 0;
+    return bytes == 3 ? GetBE24u(gh2 + gh2Offset) : GetBE16u(gh2 + gh2Offset);
   };
   const int64_t scanTypes = std::max(0, Bcd(gh1 + 27, 2));
-  const int64_t setsPerScanType = count(Bcd(gh1 + 28, 2), 3);
-  const int64_t skewBlocks = std::max(0, Bcd(gh1 + 29, 2));
-  const int64_t extendedBlocks = count(Bcd(gh1 + 30, 2), 5);
-  const int64_t externalBlocks = count(Bcd(gh1 + 31, 2), 7);
-  rec.trailerBytes = gh2 != nullptr ? int64_t(GetBE16u(gh2 + 12)) * kBlock : 0;
+  const int64_t setsPerScanType = count(Bcd(gh1 + 28, 2), 3, 2);
+  const int64_t skewBlocks = count(Bcd(gh1 + 29, 2), rev3 ? 8 : -1, 2);
+  const int64_t extendedBlocks = count(Bcd(gh1 + 30, 2), 5, rev3 ? 3 : 2);
+  const int64_t externalBlocks = count(Bcd(gh1 + 31, 2), rev3 ? 22 : 7, rev3 ? 3 : 2);
+  rec.trailerBytes = gh2 == nullptr ? 0 : int64_t(rev3 ? GetBE32u(gh2 + 12) : GetBE16u(gh2 + 12)) * kBlock;
   if (scanTypes == 0 || setsPerScanType == 0) {
     throw ToolError(file.name + ": not a SEG-D file we can read: no scan type or no channel set in the general header");
   }
 
   size_t at = start + size_t(1 + additional) * kBlock;
+  const size_t descriptorBytes = rev3 ? 3 * kBlock : kBlock;
   for (int64_t s = 0; s < scanTypes; ++s) {
-    for (int64_t c = 0; c < setsPerScanType; ++c, at += kBlock) {
-      const uint8_t* csd = file.At(at, kBlock, "channel set descriptors");
+    for (int64_t c = 0; c < setsPerScanType; ++c, at += descriptorBytes) {
+      const uint8_t* csd = file.At(at, descriptorBytes, "channel set descriptors");
+      if (rev3) {
+        const int64_t channels = GetBE24u(csd + 20);
+        if (channels == 0) continue;
+        ChannelSet set;
+        set.channelType = csd[3] >> 4;
+        set.ns = GetBE32u(csd + 12);
+        set.dtUs = static_cast<int>(GetBE24u(csd + 23));
+        rec.sets[std::max(0, Bcd(csd, 2)) * 100000 + GetBE16u(csd + 1)] = set;
+        rec.traceCount += channels;
+        continue;
+      }
       const int channels = std::max(0, Bcd(csd + 8, 4));
       if (channels == 0) continue;
       ChannelSet set;
@@ -233,9 +256,11 @@ Record ReadRecordHeaders(const Bytes& file, size_t start) {
   return rec;
 }
 
-// Samples per trace: the trace header extension says it from rev 2 on; else
-// the channel set's time span, checked against where the next trace starts.
+// Samples per trace: the channel set says it in rev 3, the trace header
+// extension from rev 2 on; else the channel set's time span, checked against
+// where the next trace starts.
 int64_t TraceSamples(const Bytes& file, const Record& rec, const ChannelSet& set, size_t trace, int extensions) {
+  if (set.ns > 0) return set.ns;
   if (extensions >= 1) {
     const uint8_t* ext = file.At(trace + 20, kBlock, "trace header extension");
     const int64_t ns = GetBE24u(ext + 7);
