@@ -333,6 +333,12 @@ TEST(ToolsSegyRead, ParametersBoundAndOverride) {
   ASSERT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(ReadText(dir / "h.txt"), TextHeaderText());
   EXPECT_EQ(ReadBytes(dir / "b.bin").size(), 400u);
+  // Reel headers that can't be written (a read-only field disk): said, and
+  // the traces still come out.
+  run = RunIn(dir.Str(), tool + "hfile=no/such/folder/header > kept.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("no/such/folder/header"), std::string::npos) << run.err;
+  EXPECT_EQ(ReadSu(dir / "kept.su").size(), size_t(kTraces));
 }
 
 TEST(ToolsSegyRead, UnknownFormatCodeNeedsOver) {

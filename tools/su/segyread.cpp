@@ -271,7 +271,15 @@ int Main(int argc, char** argv) {
        std::to_string(layout.dt) + " us, " + std::to_string(traceCount + (rest > 0 ? 1 : 0)) + " traces");
   if (!conv && layout.format->bytes != 4) Note("conv=0 keeps only 4-byte samples; these are converted to float");
 
-  WriteReelHeaders(params, head.data(), layout.bigEndian);
+  // A field disk or a folder of someone else's may not take the reel headers;
+  // the traces are what the user came for, so they still go out.
+  bool headersWritten = true;
+  try {
+    WriteReelHeaders(params, head.data(), layout.bigEndian);
+  } catch (const ToolError& e) {
+    Note(std::string(e.what()) + "; the traces are converted all the same");
+    headersWritten = false;
+  }
 
   const int64_t available = traceCount + (rest > 0 ? 1 : 0);
   const int64_t first = trmin;
@@ -315,7 +323,7 @@ int Main(int argc, char** argv) {
     output.Write(out.data(), size_t(count * suBytes));
   }
   output.Flush();
-  return status;
+  return headersWritten ? status : 1;
 }
 
 }  // namespace
