@@ -44,10 +44,10 @@ echo "SEG-Y file: $size bytes, $traces traces of $ns IBM floats, big-endian"
 cat big.sgy > /dev/null  # both runs start from the page cache
 
 seconds() { local start end; start=$(date +%s.%N); "$@"; end=$(date +%s.%N); echo "$end - $start" | bc; }
-# Three rounds, each tool in turn, so that both meet the same disk and cache
+# Five rounds, each tool in turn, so that both meet the same disk and cache
 # state; the best round of each counts (the others are shown).
 copies=() reads=()
-for round in 1 2 3; do
+for round in 1 2 3 4 5; do
   rm -f copy out.su; sync
   copies+=("$(seconds cp big.sgy copy)")
   rm -f copy out.su; sync
