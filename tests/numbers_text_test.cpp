@@ -2,8 +2,12 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
+
+#include <sys/time.h>
 
 #include "core/failure.h"
+#include "core/file_date.h"
 #include "core/numbers.h"
 #include "core/paths.h"
 #include "core/shared_state.h"
@@ -16,6 +20,30 @@ namespace vexmor {
 namespace {
 
 using test::TempDir;
+
+// Months count 30 days each, and a name in another letter case is found.
+TEST(FileDate, WordsFromTheLastChangeInLocalTime) {
+  TempDir dir;
+  test::WriteText(dir / "line1.rd3", "x");
+  std::tm when{};
+  when.tm_year = 2024 - 1900;
+  when.tm_mon = 2;  // March
+  when.tm_mday = 5;
+  when.tm_hour = 14;
+  when.tm_min = 7;
+  when.tm_isdst = -1;
+  const timeval times[2] = {{std::mktime(&when), 0}, {std::mktime(&when), 0}};
+  ASSERT_EQ(utimes((dir / "line1.rd3").c_str(), times), 0);
+  const SuDateWords words = DateWordsOf(dir / "LINE1.RD3");
+  EXPECT_EQ(words.year, 24);
+  EXPECT_EQ(words.day, 2 * 30 + 5);
+  EXPECT_EQ(words.hour, 14);
+  EXPECT_EQ(words.minute, 7);
+
+  const SuDateWords none = DateWordsOf(dir / "missing.rd3");
+  EXPECT_EQ(none.day, -30);
+  EXPECT_EQ(none.year, 0);
+}
 
 TEST(LeadingNumber, TakesTheNumberTheTextBeginsWith) {
   EXPECT_EQ(LeadingNumber(" 24"), 24);

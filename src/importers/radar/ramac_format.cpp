@@ -1,10 +1,7 @@
 #include "importers/radar/ramac_format.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -44,23 +41,6 @@ void FillHeader(SuHeader& h, const RamacConversion& job, int32_t i, int32_t x) {
 }
 
 }  // namespace
-
-SuDateWords DateWordsOf(const std::string& path) {
-  SuDateWords words;
-  int month = 0, dayOfMonth = 0;
-  struct stat info {};
-  std::tm local{};
-  if (::stat(ResolveExisting(path).c_str(), &info) == 0 && localtime_r(&info.st_mtime, &local) != nullptr) {
-    month = local.tm_mon + 1;
-    dayOfMonth = local.tm_mday;
-    words.year = static_cast<int16_t>(local.tm_year % 100);
-    words.hour = static_cast<int16_t>(local.tm_hour);
-    words.minute = static_cast<int16_t>(local.tm_min);
-  }
-  // Months of 30 days, as the short date mm/dd/yy gives them.
-  words.day = static_cast<int16_t>((month - 1) * 30 + dayOfMonth);
-  return words;
-}
 
 std::string RamacLimitProblem(double traces, double samples, double timeZero) {
   if (!(traces >= 1 && traces <= kRamacMaxTraces)) {
