@@ -44,12 +44,12 @@ TEST(ScriptParse, CommentsBlankLinesAndLineNumbers) {
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[0].number, 4);
   EXPECT_EQ(lines[1].number, 6);
-  try {
-    ParseScript("open MainPanel\nset Text1 \"x");
-    FAIL();
-  } catch (const ScriptError& e) {
-    EXPECT_EQ(e.Line(), 2);
-  }
+  // A line that cannot be split ends the list, carrying its error.
+  const auto broken = ParseScript("open MainPanel\nset Text1 \"x\nshow Check1\n");
+  ASSERT_EQ(broken.size(), 2u);
+  EXPECT_TRUE(broken[0].error.empty());
+  EXPECT_EQ(broken[1].number, 2);
+  EXPECT_FALSE(broken[1].error.empty());
 }
 
 TEST(Script, StartShowsTheSharedValues) {
@@ -111,9 +111,14 @@ TEST(Script, ErrorsStopAtTheirLineWithStatus2) {
     EXPECT_EQ(r.status, 2) << c.script;
     EXPECT_EQ(r.err, c.error) << c.script;
   }
-  // Nothing runs after the failing line.
+  // Nothing runs after the failing line, and everything before it does, even
+  // when the failing line is one that cannot be read at all.
   const ScriptRun r = RunScript("open MainPanel\nbogus\nshow Check1\n");
   EXPECT_EQ(r.out, "opened MainPanel\n");
+  const ScriptRun quote = RunScript("open MainPanel\nshow Check1\nset Text1 \"x\nshow Check1\n");
+  EXPECT_EQ(quote.status, 2);
+  EXPECT_EQ(quote.out, "opened MainPanel\nCheck1 = off\n");
+  EXPECT_EQ(quote.err, "line 3: quoted word has no closing quote\n");
 }
 
 TEST(Script, ClosingMainPanelEndsTheSystem) {

@@ -62,9 +62,10 @@ std::vector<ScriptLine> ParseScript(std::string_view text) {
     const size_t first = line.find_first_not_of(" \t");
     if (first != std::string_view::npos && line[first] != '#') {
       try {
-        lines.push_back({number, SplitScriptWords(line)});
+        lines.push_back({number, SplitScriptWords(line), {}});
       } catch (const std::invalid_argument& e) {
-        throw ScriptError(number, e.what());
+        lines.push_back({number, {}, e.what()});
+        break;
       }
     }
     if (end == text.size()) break;
@@ -210,6 +211,7 @@ void ScriptRunner::Show(int line, const std::string& what) {
 }
 
 void ScriptRunner::RunLine(const ScriptLine& l) {
+  if (!l.error.empty()) throw ScriptError(l.number, l.error);
   const auto& w = l.words;
   const int n = l.number;
   const std::string& command = w.at(0);

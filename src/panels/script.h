@@ -27,13 +27,15 @@ class ScriptError : public std::runtime_error {
 struct ScriptLine {
   int number;                       // from 1
   std::vector<std::string> words;   // quotes and escapes resolved
+  std::string error;                // why the line cannot be split, if so
 };
 
 // Splits one line into words; throws std::invalid_argument on an open quote
 // or an unknown escape.
 std::vector<std::string> SplitScriptWords(std::string_view line);
-// The commands of a script; blank lines and # comments left out. Throws
-// ScriptError on a line that cannot be split.
+// The commands of a script; blank lines and # comments left out. A line
+// that cannot be split ends the list and carries its error, so that the
+// lines before it still run and running it stops the script there.
 std::vector<ScriptLine> ParseScript(std::string_view text);
 
 // How `show` prints a control.
