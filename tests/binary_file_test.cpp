@@ -37,6 +37,9 @@ TEST(BinaryFile, OpenModes) {
   EXPECT_THROW(BinaryFile(dir / "missing", BinaryFile::Mode::Read), RunTimeFailure);
   EXPECT_THROW(BinaryFile(dir / "no/such/folder", BinaryFile::Mode::Create), RunTimeFailure);
   EXPECT_THROW(BinaryFile("", BinaryFile::Mode::Read), RunTimeFailure);
+  // A folder is no file, in any mode.
+  EXPECT_THROW(BinaryFile(dir.Str(), BinaryFile::Mode::Read), RunTimeFailure);
+  EXPECT_THROW(BinaryFile(dir.Str(), BinaryFile::Mode::Update), RunTimeFailure);
   BinaryFile readOnly(path, BinaryFile::Mode::Read);
   EXPECT_THROW(readOnly.WriteI16(0, 1), RunTimeFailure);
 }

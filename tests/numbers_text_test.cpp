@@ -172,6 +172,11 @@ TEST(ReplaceAll, RunsOfSeparators) {
   EXPECT_EQ(replaced("aaa", "a", "b"), "bbb");
   EXPECT_EQ(replaced("abc", "", "x"), "abc");
   EXPECT_EQ(replaced("xyz", "q", "r"), "xyz");
+  // A match formed with the tail of what was put in is replaced too.
+  EXPECT_EQ(replaced("abb", "ab", "xa"), "xxa");
+  // What a user may type in a replace command ends, and replaces each once.
+  EXPECT_EQ(replaced("a-a", "a", "aa"), "aa-aa");
+  EXPECT_EQ(replaced("ab", "ab", "xab"), "xab");
 }
 
 TEST(FolderPart, FolderOrFirstTwoCharacters) {

@@ -68,6 +68,10 @@ TEST(TraceGeometry, SizesPositionsAndCounts) {
   EXPECT_EQ(TraceCountOf(4240 * 5 / 2, 1000), 2);
   EXPECT_EQ(TraceCountOf(4240 * 7 / 2, 1000), 4);
   EXPECT_EQ(TraceCountOf(4240 * 3 - 1000, 1000), 3);
+  // A negative ns makes a negative size: no traces, not a failure. A size
+  // of 0 is a division by zero.
+  EXPECT_EQ(TraceCountOf(4800, -70), -120);
+  EXPECT_THROW(TraceCountOf(4800, -60), RunTimeFailure);
 }
 
 // Writes an SU file of traces with the given tracf and nhs words.
@@ -126,6 +130,12 @@ TEST(CountChannels, StackedDataHasNoChannelCount) {
   std::vector<int> late(96, 1);
   late[60] = 2;  // past the first quarter: not looked at
   EXPECT_EQ(ChannelsOf(Runs(1, 24, 96), late), 24);
+  // 10 traces: a quarter is 2.5, which rounds to 2, so trace 3 is not looked at.
+  std::vector<int> third(10, 1), second(10, 1);
+  third[2] = 2;
+  second[1] = 2;
+  EXPECT_EQ(ChannelsOf(Runs(1, 6, 10), third), 6);
+  EXPECT_EQ(ChannelsOf(Runs(1, 6, 10), second), 0);
 }
 
 TEST(CountChannels, TracfThatDoesNotFitSixteenBitsKeepsThePreviousValue) {

@@ -1,6 +1,7 @@
 #include "core/binary_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -38,6 +39,12 @@ BinaryFile::BinaryFile(const std::string& path, Mode mode) : path_(path) {
   }
   fd_ = ::open(actual.c_str(), flags | O_CLOEXEC, 0644);
   if (fd_ < 0) FailOpen(path, errno);
+  // A folder opens for reading here, but it is no file to read.
+  struct stat info {};
+  if (::fstat(fd_, &info) == 0 && S_ISDIR(info.st_mode)) {
+    ::close(std::exchange(fd_, -1));
+    FailOpen(path, EISDIR);
+  }
   const off_t end = ::lseek(fd_, 0, SEEK_END);
   size_ = end < 0 ? 0 : end;
 }

@@ -78,7 +78,8 @@ int FileExists(const std::string& path) {
   const fs::path p(path);
   if (HasWildcards(p.filename().string())) {
     std::error_code ec;
-    fs::directory_iterator it(p.parent_path().empty() ? fs::path(".") : p.parent_path(), ec);
+    const fs::path folder = p.parent_path().empty() ? fs::path(".") : fs::path(ResolveExisting(p.parent_path()));
+    fs::directory_iterator it(folder, ec);
     if (ec) return 0;
     const std::string pattern = p.filename().string();
     for (const auto& entry : it) {

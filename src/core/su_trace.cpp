@@ -148,7 +148,12 @@ int32_t TracePosOf(int32_t i, int32_t nbSamples) {
 
 int32_t TraceCountOf(int64_t fileLength, int32_t nbSamples) {
   const double size = 240.0 + 4.0 * static_cast<double>(nbSamples);
-  if (size <= 0) throw RunTimeFailure(FailureCode::DivisionByZero, "trace size is not positive");
+  // A negative ns gives a negative size and so a count of 0 or less, which
+  // no loop over the traces runs; only a size of 0 fails.
+  if (size == 0) {
+    throw RunTimeFailure(fileLength == 0 ? FailureCode::Overflow : FailureCode::DivisionByZero,
+                         "trace size is 0");
+  }
   return ToInt32(static_cast<double>(fileLength) / size);
 }
 

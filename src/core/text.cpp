@@ -50,10 +50,14 @@ void ReadTaggedValue(std::string& text, std::string& tag, std::optional<double>&
 
 void ReplaceAll(std::string& text, std::string_view find, std::string_view with) {
   if (find.empty()) return;
+  // A replacement that holds the searched text behind its first character
+  // would be matched again forever (the editor passes what the user typed):
+  // then the search goes on behind what was put in.
+  const size_t step = with.find(find, 1) == std::string_view::npos ? 1 : std::max<size_t>(with.size(), 1);
   size_t at = text.find(find);
   while (at != std::string::npos) {
     text = text.substr(0, at) + std::string(with) + text.substr(at + find.size());
-    at = text.find(find, at + 1);
+    at = text.find(find, at + step);
   }
 }
 
