@@ -57,6 +57,11 @@ TEST(LeadingNumber, TakesTheNumberTheTextBeginsWith) {
   EXPECT_EQ(LeadingNumber("-"), 0);
   EXPECT_EQ(LeadingNumber("."), 0);
   EXPECT_TRUE(std::isinf(LeadingNumber("1e999")));
+  EXPECT_TRUE(std::isinf(LeadingNumber("-1e999")));
+  // Too small for a double is 0, not out of range.
+  EXPECT_EQ(LeadingNumber("1e-999"), 0);
+  EXPECT_EQ(LeadingNumber("-0.0001e-400"), 0);
+  EXPECT_TRUE(std::isinf(LeadingNumber("1" + std::string(400, '0') + "e-5")));
 }
 
 TEST(Rounding, HalfGoesToEven) {

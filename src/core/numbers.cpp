@@ -1,5 +1,6 @@
 #include "core/numbers.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -51,9 +52,27 @@ double LeadingNumber(std::string_view text) {
   double value = 0.0;
   const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
   if (result.ec == std::errc::result_out_of_range) {
-    // Too large for a double: keep the sign, let narrowing report it.
-    return number[0] == '-' ? -std::numeric_limits<double>::infinity()
-                            : std::numeric_limits<double>::infinity();
+    // Too small for a double is 0; too large keeps its sign, and narrowing
+    // reports it. Which one it is follows from the decimal magnitude.
+    const bool negative = number[0] == '-';
+    const size_t mark = number.find_first_of("eE");
+    const std::string_view mantissa = number.substr(0, mark);
+    long magnitude = 0;
+    const size_t point = std::min(mantissa.find('.'), mantissa.size());
+    const size_t firstSignificant = mantissa.find_first_of("123456789");
+    if (firstSignificant != std::string_view::npos) {
+      magnitude = firstSignificant < point ? static_cast<long>(point - firstSignificant)
+                                           : -static_cast<long>(firstSignificant - point - 1);
+    }
+    long exponent = 0;
+    if (mark != std::string_view::npos) {
+      std::string_view e = number.substr(mark + 1);
+      if (!e.empty() && e[0] == '+') e.remove_prefix(1);
+      const auto parsed = std::from_chars(e.data(), e.data() + e.size(), exponent);
+      if (parsed.ec == std::errc::result_out_of_range) exponent = e[0] == '-' ? -100000 : 100000;
+    }
+    if (magnitude + exponent <= 0) return 0.0;
+    return negative ? -std::numeric_limits<double>::infinity() : std::numeric_limits<double>::infinity();
   }
   return value;
 }
