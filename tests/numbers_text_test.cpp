@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 
 #include <sys/time.h>
 
@@ -206,6 +207,14 @@ TEST(Paths, ExistingNamesFoundWhateverTheirCase) {
   EXPECT_EQ(FileExists(dir / "Line1.Hd"), 1);
   EXPECT_EQ(FileExists(dir / "*.HD"), 1);
   EXPECT_EQ(FileExists(dir / "*.su"), 0);
+  // Wildcards find a folder in any case, and ".*" also takes a name with no
+  // extension, as "*.*" does on the machines the records come from.
+  EXPECT_EQ(FileExists(dir.Str() + "/SUB/*.dat"), 0);
+  std::filesystem::create_directory(dir / "sub");
+  test::WriteText(dir / "sub/README", "x");
+  EXPECT_EQ(FileExists(dir.Str() + "/SUB/*.*"), 1);
+  EXPECT_EQ(FileExists(dir.Str() + "/sub/readme.*"), 1);
+  EXPECT_EQ(FileExists(dir.Str() + "/sub/*.txt"), 0);
   EXPECT_EQ(FileExists(dir.Str()), 0);  // a folder is not a file
   EXPECT_EQ(FileExists(""), 0);
 }

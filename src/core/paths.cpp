@@ -82,9 +82,16 @@ int FileExists(const std::string& path) {
     fs::directory_iterator it(folder, ec);
     if (ec) return 0;
     const std::string pattern = p.filename().string();
+    // As on the system the names come from, "NAME.*" also matches "NAME"
+    // with no extension, so "*.*" matches every file.
+    const bool anyExtension = pattern.size() >= 2 && pattern.compare(pattern.size() - 2, 2, ".*") == 0;
+    const std::string bare = anyExtension ? pattern.substr(0, pattern.size() - 2) : pattern;
     for (const auto& entry : it) {
-      if (fnmatch(pattern.c_str(), entry.path().filename().c_str(), FNM_CASEFOLD) == 0 &&
-          IsPlainFile(entry.path())) {
+      const std::string name = entry.path().filename().string();
+      const bool matches = fnmatch(pattern.c_str(), name.c_str(), FNM_CASEFOLD) == 0 ||
+                           (anyExtension && name.find('.') == std::string::npos &&
+                            fnmatch(bare.c_str(), name.c_str(), FNM_CASEFOLD) == 0);
+      if (matches && IsPlainFile(entry.path())) {
         return 1;
       }
     }

@@ -136,6 +136,7 @@ void SetWord(uint8_t* header, const SuWord& word, double value) {
 }
 
 double SuHeader::Get(std::string_view name) const { return GetWord(bytes_.data(), SuWordNamed(name)); }
+int32_t SuHeader::GetInt(std::string_view name) const { return ToInt32(Get(name)); }
 void SuHeader::Set(std::string_view name, double value) { SetWord(bytes_.data(), SuWordNamed(name), value); }
 
 int32_t TraceSize(int32_t nbSamples) {

@@ -75,7 +75,8 @@ class SuHeader {
   SuHeader() { bytes_.fill(0); }
   double Get(std::string_view name) const;          // any word, as a number
   void Set(std::string_view name, double value);    // checked narrowing for integer words
-  int32_t GetInt(std::string_view name) const { return static_cast<int32_t>(Get(name)); }
+  // Checked: a float word that does not fit is a run-time failure.
+  int32_t GetInt(std::string_view name) const;
   uint8_t* Data() { return bytes_.data(); }
   const uint8_t* Data() const { return bytes_.data(); }
 
