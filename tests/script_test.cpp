@@ -121,6 +121,22 @@ TEST(Script, ErrorsStopAtTheirLineWithStatus2) {
   EXPECT_EQ(quote.err, "line 3: quoted word has no closing quote\n");
 }
 
+TEST(Script, WhatStandsInADisabledOrHiddenFrameCannotBeReached) {
+  HeadlessPlatform p;
+  SharedState s;
+  Session session(p, s);
+  std::vector<std::string> out;
+  ScriptRunner runner(session, p.Answers(), [&](const std::string& l) { out.push_back(l); });
+  runner.Run(ParseScript("\xEF\xBB\xBFopen MainPanel\n"));  // a marked UTF-8 script reads as any other
+  session.Find("MainPanel")->operator[]("Frame1").SetEnabled(false);
+  runner.Run(ParseScript("click Option7\nshow Option7\n"));
+  session.Find("MainPanel")->operator[]("Frame1").SetEnabled(true);
+  session.Find("MainPanel")->operator[]("Frame1").SetVisible(false);
+  runner.Run(ParseScript("click Option7\nshow Option7\n"));
+  EXPECT_EQ(out, (std::vector<std::string>{"Option7 = off", "Option7 = off"}));
+  EXPECT_FALSE(session.IsShown("sisforme"));
+}
+
 TEST(Script, ClosingMainPanelEndsTheSystem) {
   const ScriptRun r = RunScript("open MainPanel\nopen sisforme\nuse MainPanel\nclose MainPanel\nuse sisforme\n");
   EXPECT_EQ(r.status, 2);

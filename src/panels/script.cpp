@@ -53,6 +53,8 @@ std::vector<ScriptLine> ParseScript(std::string_view text) {
   std::vector<ScriptLine> lines;
   int number = 0;
   size_t at = 0;
+  // A script saved by an editor that marks its UTF-8.
+  if (text.substr(0, 3) == "\xEF\xBB\xBF") at = 3;
   while (at <= text.size()) {
     size_t end = text.find('\n', at);
     if (end == std::string_view::npos) end = text.size();
@@ -75,6 +77,17 @@ std::vector<ScriptLine> ParseScript(std::string_view text) {
 }
 
 namespace {
+
+// Whether the user can reach the control: it and every frame around it are
+// shown and enabled.
+bool Reachable(const Control& c) {
+  const Control* at = &c;
+  for (int depth = 0; at != nullptr && depth < 16; ++depth) {
+    if (!at->Visible() || !at->Enabled()) return false;
+    at = at->Frame().empty() ? nullptr : at->Owner().Find(at->Frame());
+  }
+  return true;
+}
 
 std::string Flags(const Control& c) {
   std::string flags;
@@ -145,7 +158,7 @@ Control& ScriptRunner::ControlOf(int line, const std::string& name) {
 
 void ScriptRunner::Click(Form& form, Control& c) {
   // What the user cannot reach does nothing.
-  if (!c.Visible() || !c.Enabled()) return;
+  if (!Reachable(c)) return;
   if (actions_.click) {
     actions_.click(c);
     return;
@@ -268,7 +281,7 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
     if (c.Kind() != ControlKind::Text && c.Kind() != ControlKind::RichText) {
       throw ScriptError(n, w[1] + " is not a text control");
     }
-    if (c.Visible() && c.Enabled() && !c.Locked()) {
+    if (Reachable(c) && !c.Locked()) {
       if (actions_.set) {
         actions_.set(c, w[2]);
       } else {
@@ -281,7 +294,7 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
     // Backspace is written \b, bare or quoted.
     const bool backspace = w[2] == "\\b" || w[2] == "\b";
     if (w[2].size() != 1 && !backspace) throw ScriptError(n, "key takes one character");
-    if (!c.Visible() || !c.Enabled()) return;
+    if (!Reachable(c)) return;
     Key(c, backspace ? 8 : static_cast<unsigned char>(w[2][0]));
   } else if (command == "click") {
     need(1);
@@ -289,7 +302,7 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
     if (c.Kind() == ControlKind::Toolbar && c.Name() != w[1]) {
       EventArgs args;
       args.itemKey = w[1];
-      if (c.Visible() && c.Enabled()) {
+      if (Reachable(c)) {
         if (actions_.toolbarClick) {
           actions_.toolbarClick(c, w[1]);
         } else {
@@ -302,7 +315,7 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
   } else if (command == "dblclick") {
     need(1);
     Control& c = ControlOf(n, w[1]);
-    if (c.Visible() && c.Enabled()) {
+    if (Reachable(c)) {
       if (actions_.dblclick) {
         actions_.dblclick(c);
       } else {
@@ -319,7 +332,7 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
     if (index != std::floor(index) || index < 0 || index >= static_cast<double>(c.Items().size())) {
       throw ScriptError(n, w[1] + " has no line " + w[2]);
     }
-    if (c.Visible() && c.Enabled()) {
+    if (Reachable(c)) {
       if (actions_.choose) {
         actions_.choose(c, static_cast<int>(index));
       } else {
