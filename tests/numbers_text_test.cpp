@@ -107,6 +107,13 @@ TEST(ShortestText, RoundTripsWithoutNoise) {
   EXPECT_EQ(ShortestText(-12.75), "-12.75");
   EXPECT_EQ(ShortestText(1e20), "1e+20");
   EXPECT_EQ(std::strtod(ShortestText(1.0 / 3).c_str(), nullptr), 1.0 / 3);
+  // A float word reads as the float it is, not as its widened double.
+  EXPECT_EQ(ShortestTextOfSingle(0.1f), "0.1");
+  EXPECT_EQ(NumberTextOfSingle(0.25f), " 0.25");
+  EXPECT_EQ(NumberTextOfSingle(-1.1f), "-1.1");
+  EXPECT_EQ(NumberTextOfSingle(3e20f), " 3e+20");
+  EXPECT_EQ(NumberTextOfSingle(-0.0f), " 0");
+  EXPECT_EQ(ShortestText(static_cast<double>(0.1f)), "0.10000000149011612");
 }
 
 TEST(KeyFilter, LetsTheSetThroughAndBeepsOtherwise) {

@@ -82,15 +82,20 @@ double RoundHalfEven(double value) { return std::nearbyint(value); }
 int16_t ToInt16(double value) { return Narrow<int16_t>(value, "a 16-bit field"); }
 int32_t ToInt32(double value) { return Narrow<int32_t>(value, "a 32-bit field"); }
 
-std::string ShortestText(double value) {
+namespace {
+
+// Whole numbers as digits, the usual range in fixed notation, the rest with
+// an exponent; always the fewest digits that read back as the same value.
+template <typename T>
+std::string Shortest(T value) {
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value < 0 ? "-Infinity" : "Infinity";
-  if (value == 0.0) return "0";
-  char buffer[64];
+  if (value == 0) return "0";
+  char buffer[400];
   std::to_chars_result r;
-  if (value == std::trunc(value) && std::fabs(value) < 1e15) {
+  if (value == std::trunc(value) && std::fabs(value) < T(1e15)) {
     r = std::to_chars(buffer, buffer + sizeof buffer, static_cast<long long>(value));
-  } else if (std::fabs(value) >= 1e-5 && std::fabs(value) < 1e15) {
+  } else if (std::fabs(value) >= T(1e-5) && std::fabs(value) < T(1e15)) {
     r = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
   } else {
     r = std::to_chars(buffer, buffer + sizeof buffer, value);
@@ -98,9 +103,14 @@ std::string ShortestText(double value) {
   return std::string(buffer, r.ptr);
 }
 
-std::string NumberText(double value) {
-  std::string text = ShortestText(value);
-  return (value >= 0 || std::isnan(value)) && text[0] != '-' ? " " + text : text;
-}
+std::string WithSignPlace(const std::string& text) { return text[0] != '-' ? " " + text : text; }
+
+}  // namespace
+
+std::string ShortestText(double value) { return Shortest(value); }
+std::string ShortestTextOfSingle(float value) { return Shortest(value); }
+
+std::string NumberText(double value) { return WithSignPlace(ShortestText(value)); }
+std::string NumberTextOfSingle(float value) { return WithSignPlace(ShortestTextOfSingle(value)); }
 
 }  // namespace vexmor

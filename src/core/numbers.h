@@ -30,6 +30,11 @@ std::string ShortestText(double value);
 // Number text: one leading blank for 0 or more, the minus sign otherwise.
 std::string NumberText(double value);
 
+// The same for a 32-bit float word or sample: the shortest text that reads
+// back as the same float, so 0.1f is "0.1", not its double's 17 digits.
+std::string ShortestTextOfSingle(float value);
+std::string NumberTextOfSingle(float value);
+
 // Plain digits: the shortest text with no leading blank.
 inline std::string PlainDigits(double value) { return ShortestText(value); }
 
