@@ -24,8 +24,8 @@ void ReadTaggedValue(std::string& text, std::string& tag, std::optional<double>&
 
 // Replaces every match, searching again from one character behind the start
 // of the last match, so that a match can form with the tail of what was put
-// in. The replacement must not hold the searched text behind its first
-// character.
+// in. A replacement that holds the searched text behind its first
+// character is put in once for each match, the search going on behind it.
 void ReplaceAll(std::string& text, std::string_view find, std::string_view with);
 
 // Sets FolderOf: the path up to and including its last separator, or its
