@@ -255,6 +255,9 @@ TEST(TextReaders, LinesEndInCrLfLfOrCr) {
   EXPECT_EQ(SplitLines("a\r\nb\nc\rd"), (std::vector<std::string>{"a", "b", "c", "d"}));
   EXPECT_EQ(SplitLines("a\r\n\r\nb\r\n"), (std::vector<std::string>{"a", "", "b"}));
   EXPECT_TRUE(SplitLines("").empty());
+  TempDir dir;
+  EXPECT_THROW(ReadWholeFile(dir.Str()), RunTimeFailure);  // a folder is no text
+  EXPECT_THROW(ReadWholeFile(dir / "missing.txt"), RunTimeFailure);
 }
 
 TEST(TextReaders, ValuesSeparatedByCommasOrLineEnds) {

@@ -1,5 +1,6 @@
 #include "core/text_reader.h"
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -10,7 +11,13 @@
 namespace vexmor {
 
 std::string ReadWholeFile(const std::string& path) {
-  std::ifstream in(ResolveExisting(path), std::ios::binary);
+  const std::string actual = ResolveExisting(path);
+  // A folder opens as a stream here, but it is no text to read.
+  std::error_code ec;
+  if (std::filesystem::is_directory(actual, ec)) {
+    throw RunTimeFailure(FailureCode::PathAccess, path + ": is a folder");
+  }
+  std::ifstream in(actual, std::ios::binary);
   if (!in) throw RunTimeFailure(FailureCode::FileNotFound, path + ": cannot be opened");
   std::ostringstream out;
   out << in.rdbuf();
