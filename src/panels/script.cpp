@@ -345,7 +345,7 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
     EventArgs args;
     args.x = number(w[2]);
     args.y = number(w[3]);
-    c.Owner().Raise(c.Name(), "MouseMove", args);
+    if (Reachable(c)) c.Owner().Raise(c.Name(), "MouseMove", args);
   } else if (command == "tick") {
     need(1);
     Control& c = ControlOf(n, w[1]);
