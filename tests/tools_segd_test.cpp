@@ -313,6 +313,14 @@ TEST(ToolsSegdRead, NotSegd) {
       EXPECT_NE(run.err.find("not a SEG-D file"), std::string::npos) << run.err;
     }
   }
+  // Read whole, so a folder or a device is refused before any buffer is
+  // sized for it (a device has no end; the limit was gigabytes).
+  std::filesystem::create_directory(dir / "folder.sgd");
+  for (const std::string& name : {std::string("folder.sgd"), std::string("/dev/zero")}) {
+    const ToolRun run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=" + name + " > out.su");
+    EXPECT_EQ(run.status, 1) << name;
+    EXPECT_NE(run.err.find(name + ": not a plain file"), std::string::npos) << run.err;
+  }
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 // headers are BCD unless said otherwise; samples are big-endian. Rev 3 adds
 // a third general header and gives each channel set three blocks, with its
 // sample count and interval in binary.
+#include <sys/stat.h>
+
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -284,6 +286,10 @@ int Main(int argc, char** argv) {
   const bool aux = params.Int("aux", 0) != 0;
   const std::string tape = ResolveExisting(params.Text("tape", ""));
   RequireOutputNotTerminal();
+  // The record is read whole: a device or a pipe, which has no end to wait
+  // for, is refused as segyread refuses it.
+  struct stat st {};
+  if (stat(tape.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) throw ToolError(tape + ": not a plain file");
   const auto data = ReadSmallFile(tape, size_t(1) << 33);
   const Bytes file{tape, data};
   if (data.size() < size_t(kBlock)) {

@@ -287,14 +287,26 @@ std::vector<uint8_t> ReadSmallFile(const std::string& path, size_t limit) {
   const int fd = open(path.c_str(), O_RDONLY);
   if (fd < 0) throw ToolError(path + ": cannot open: " + std::strerror(errno));
   struct stat st {};
-  if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode)) limit = std::min(limit, size_t(st.st_size) + 1);
-  std::vector<uint8_t> data(limit);
+  const bool known = fstat(fd, &st) == 0;
+  if (known && S_ISDIR(st.st_mode)) {
+    close(fd);
+    throw ToolError(path + ": is a folder, not a file");
+  }
+  // A pipe or a device tells no size: the buffer grows with what comes,
+  // rather than being the whole limit from the start.
+  const bool plain = known && S_ISREG(st.st_mode);
+  if (plain) limit = std::min(limit, size_t(st.st_size) + 1);
+  std::vector<uint8_t> data(plain ? limit : std::min(limit, size_t(1) << 16));
   size_t got = 0;
   try {
-    got = ReadFully(fd, data.data(), limit);
-  } catch (...) {
+    for (;;) {
+      got += ReadFully(fd, data.data() + got, data.size() - got);
+      if (got < data.size() || data.size() == limit) break;
+      data.resize(std::min(limit, 2 * data.size()));
+    }
+  } catch (const ToolError& e) {
     close(fd);
-    throw;
+    throw ToolError(path + ": " + e.what());
   }
   close(fd);
   data.resize(got);
