@@ -58,6 +58,25 @@ TEST(ToolsBatchRunner, DelPauseAndFailingLines) {
   EXPECT_EQ(ReadText(dir / "after.txt"), "still here\r\n");
 }
 
+// What is no script is named in a message: a folder (whose reading used to
+// end the runner with an uncaught exception), a device without end, a name
+// that is not there.
+TEST(ToolsBatchRunner, NoScriptToRun) {
+  TempDir dir;
+  std::filesystem::create_directory(dir / "jobs.bat");
+  const struct {
+    const char* script;
+    const char* message;
+  } cases[] = {{"jobs.bat", "jobs.bat: is a folder, not a script"},
+               {"/dev/zero", "/dev/zero: longer than 16 MB, not a job script"},
+               {"gone.bat", "gone.bat: cannot open the script"}};
+  for (const auto& c : cases) {
+    const ToolRun run = RunIn(dir.Str(), "'" + Bin("vexmor-bat") + "' " + c.script);
+    EXPECT_EQ(run.status, 1) << c.script;
+    EXPECT_NE(run.err.find(c.message), std::string::npos) << run.err;
+  }
+}
+
 TEST(ToolsBatchRunner, PipesRedirectionsAndToolNamesInAnyCase) {
   TempDir dir;
   std::vector<SuTrace> traces(3);

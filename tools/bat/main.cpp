@@ -6,13 +6,49 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <string>
 
 #include "batch.h"
 #include "core/paths.h"
+
+namespace {
+
+// Job scripts are a few lines: anything past this is no script (a device
+// such as /dev/zero would never end).
+constexpr std::streamsize kLongestScript = std::streamsize(16) << 20;
+
+// The script's text, or false after a message when it can't be one.
+bool ReadScript(const std::string& script, std::string& text) {
+  std::error_code ec;
+  if (std::filesystem::is_directory(script, ec)) {
+    std::cerr << "vexmor-bat: " << script << ": is a folder, not a script\n";
+    return false;
+  }
+  std::ifstream in(script, std::ios::binary);
+  if (!in) {
+    std::cerr << "vexmor-bat: " << script << ": cannot open the script\n";
+    return false;
+  }
+  char block[1 << 16];
+  while (in && static_cast<std::streamsize>(text.size()) <= kLongestScript) {
+    in.read(block, sizeof block);
+    text.append(block, size_t(in.gcount()));
+  }
+  if (in.bad()) {
+    std::cerr << "vexmor-bat: " << script << ": cannot be read\n";
+    return false;
+  }
+  if (static_cast<std::streamsize>(text.size()) > kLongestScript) {
+    std::cerr << "vexmor-bat: " << script << ": longer than 16 MB, not a job script\n";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   signal(SIGPIPE, SIG_IGN);
@@ -36,13 +72,12 @@ int main(int argc, char** argv) {
   options.programFolder = vexmor::RunningProgramFolder();
   const std::string script = vexmor::ResolveExisting(argv[at]);
   for (int i = at; i < argc && options.args.size() < 10; ++i) options.args.push_back(argv[i]);
-  std::ifstream in(script, std::ios::binary);
   int status = 1;
-  if (!in) {
-    std::cerr << "vexmor-bat: " << script << ": cannot open the script\n";
-  } else {
-    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    status = vexmor::bat::RunScript(text, options);
+  try {
+    std::string text;
+    if (ReadScript(script, text)) status = vexmor::bat::RunScript(text, options);
+  } catch (const std::exception& e) {
+    std::cerr << "vexmor-bat: " << script << ": " << e.what() << "\n";
   }
   if (wait && isatty(0)) {
     std::cout << "\nThe job has ended. Press Enter to close this window." << std::flush;
