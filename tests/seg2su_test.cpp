@@ -470,6 +470,9 @@ TEST(Seg2SuProgram, ListShowsTheKeywordsThatNoWordTakes) {
   EXPECT_NE(r.out.find("SEG-2 revision 0, low byte first, 3 traces"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("CLIENT Someone"), std::string::npos);
   EXPECT_NE(r.out.find("trace 3: 1 samples, float64"), std::string::npos);
+  const ProgramRun full = RunCommand(dir, "sh -c '" + kBin + "/seg2su -l " + dir / "a.dat >/dev/full'");
+  EXPECT_EQ(full.status, 1);
+  EXPECT_NE(full.err.find("standard output: the listing could not be written"), std::string::npos) << full.err;
 }
 
 // The window, where it is built: files in, Convert pressed, final message.

@@ -99,6 +99,11 @@ int List(const std::vector<std::string>& inputs) {
       ++failed;
     }
   }
+  // A listing lost on a full disk or a closed pipe is said, not passed over.
+  if (!(std::cout << std::flush)) {
+    std::cerr << "seg2su: standard output: the listing could not be written\n";
+    return 1;
+  }
   return failed == 0 ? 0 : 1;
 }
 
