@@ -293,6 +293,12 @@ TEST(VexmorCli, RunPrintsTheTranscriptAndExitsWithTheScriptStatus) {
   EXPECT_EQ(out, "opened MainPanel\nstate.NewLine = \"\\r\\n\"\n");
   EXPECT_EQ(run("run " + (dir / "missing.txt"), out), 2);
   EXPECT_EQ(run("", out), 2);
+  // A folder is no empty script, and a device without end is not read for ever.
+  EXPECT_EQ(run("run " + dir.Str(), out), 2);
+  EXPECT_EQ(test::ReadText(dir / "err"), "vexmor-cli: cannot read the script " + dir.Str() + ": it is a folder\n");
+  EXPECT_EQ(run("run /dev/zero", out), 2);
+  EXPECT_EQ(test::ReadText(dir / "err"), "vexmor-cli: cannot read the script /dev/zero: longer than 16 MB, no panel script\n");
+  EXPECT_EQ(out, "");
 }
 
 }  // namespace
