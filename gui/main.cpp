@@ -2,18 +2,14 @@
 // --script runs a panel script on the real windows, --screenshot saves the
 // window of a panel.
 #include <QApplication>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <optional>
-#include <sstream>
 #include <string>
 
 #include "desktop.h"
+#include "panels/script.h"
 
 namespace {
 
@@ -46,15 +42,13 @@ void QuietOffscreenNotes(QtMsgType type, const QMessageLogContext& context, cons
 }
 
 std::optional<std::string> ReadScript(const std::string& file) {
-  if (file == "-") return std::string(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
-  std::ifstream in(file, std::ios::binary);
-  if (!in) {
-    std::cerr << "vexmor: cannot read the script " << file << ": " << std::strerror(errno) << '\n';
+  std::string text;
+  const std::string problem = vexmor::ReadScriptFile(file, text);
+  if (!problem.empty()) {
+    std::cerr << "vexmor: cannot read the script " << file << ": " << problem << '\n';
     return std::nullopt;
   }
-  std::ostringstream all;
-  all << in.rdbuf();
-  return all.str();
+  return text;
 }
 
 }  // namespace

@@ -1,7 +1,12 @@
 #include "panels/script.h"
 
+#include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <thread>
 
 #include "core/numbers.h"
@@ -74,6 +79,34 @@ std::vector<ScriptLine> ParseScript(std::string_view text) {
     at = end + 1;
   }
   return lines;
+}
+
+namespace {
+
+// Scripts are lines typed by hand.
+constexpr std::streamsize kLongestScript = std::streamsize(16) << 20;
+
+std::string ReadAll(std::istream& in, std::string& text) {
+  char block[1 << 16];
+  while (in && static_cast<std::streamsize>(text.size()) <= kLongestScript) {
+    in.read(block, sizeof block);
+    text.append(block, static_cast<size_t>(in.gcount()));
+  }
+  if (in.bad()) return "it cannot be read";
+  if (static_cast<std::streamsize>(text.size()) > kLongestScript) return "longer than 16 MB, no panel script";
+  return {};
+}
+
+}  // namespace
+
+std::string ReadScriptFile(const std::string& file, std::string& text) {
+  text.clear();
+  if (file == "-") return ReadAll(std::cin, text);
+  std::error_code ec;
+  if (std::filesystem::is_directory(file, ec)) return "it is a folder";
+  std::ifstream in(file, std::ios::binary);
+  if (!in) return std::strerror(errno);
+  return ReadAll(in, text);
 }
 
 namespace {

@@ -38,6 +38,11 @@ std::vector<std::string> SplitScriptWords(std::string_view line);
 // lines before it still run and running it stops the script there.
 std::vector<ScriptLine> ParseScript(std::string_view text);
 
+// Reads the script FILE ("-" for standard input) into text. Gives why it
+// can't be one, or nothing: a folder, a file that can't be opened, and
+// anything past 16 MB (a device such as /dev/zero has no end) are refused.
+std::string ReadScriptFile(const std::string& file, std::string& text);
+
 // How `show` prints a control.
 std::vector<std::string> ShowLines(const Control& control);
 
