@@ -378,6 +378,18 @@ TEST(Seg2Conversion, ShorterRecordsArePaddedToTheLongest) {
   EXPECT_NE(r.messages[0].find("padded"), std::string::npos);
 }
 
+// Traces of no samples: a record of bare headers, with no sample buffer to
+// copy from or to (float samples are copied as they stand).
+TEST(Seg2Robustness, TracesOfNoSamples) {
+  TempDir dir;
+  test::WriteBytes(dir / "empty.dat", MakeSeg2({}, ThreeTraces({}), 4, false));
+  Collected su;
+  const Seg2SuReport r = ConvertSeg2ToSu({dir / "empty.dat"}, su.Writer());
+  EXPECT_EQ(r.samples, 0);
+  ASSERT_EQ(su.bytes.size(), 3u * static_cast<size_t>(TraceSize(0)));
+  EXPECT_EQ(Word(su.bytes, 0, 2, "ns"), 0);
+}
+
 TEST(Seg2Robustness, EveryCutOfAFileIsRefusedWithItsName) {
   const std::vector<uint8_t> good = MakeSeg2({"COMPANY x"}, ThreeTraces({1, -2, 3, -4, 5}), 3, true);
   for (size_t n = 0; n < good.size(); ++n) {

@@ -297,7 +297,8 @@ void DecodeSeg2Samples(const uint8_t* data, int format, bool big, int32_t sample
       break;
     case 4:
       if (!big && std::endian::native == std::endian::little) {
-        std::memcpy(out, data, 4 * n);
+        // A trace of no samples may come with no buffer at all.
+        if (n > 0) std::memcpy(out, data, 4 * n);
       } else {
         for (size_t k = 0; k < n; ++k) out[k] = std::bit_cast<float>(Get32(data + 4 * k, big));
       }

@@ -370,7 +370,8 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
     }
     // SU samples are little-endian floats.
     if constexpr (std::endian::native == std::endian::little) {
-      std::memcpy(samples, decoded.data(), 4 * decoded.size());
+      // Records of no samples (every trace empty) have no buffer to copy.
+      if (!decoded.empty()) std::memcpy(samples, decoded.data(), 4 * decoded.size());
     } else {
       for (size_t k = 0; k < decoded.size(); ++k) PutLEFloat(samples + 4 * k, decoded[k]);
     }
