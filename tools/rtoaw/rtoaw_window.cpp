@@ -20,6 +20,8 @@
 
 #include <filesystem>
 
+#include "tool_window.h"
+
 #include "dzt_format.h"
 
 namespace {
@@ -76,7 +78,11 @@ class RtoawWindow : public QWidget {
 
     connect(chooseInput, &QPushButton::clicked, this, [this] { ChooseInput(); });
     connect(chooseOutput, &QPushButton::clicked, this, [this] { ChooseOutput(); });
-    connect(input_, &QLineEdit::editingFinished, this, [this] { SetInput(input_->text()); });
+    // Only a name the user changed proposes a new output: leaving the field
+    // alone must not undo an output chosen since.
+    connect(input_, &QLineEdit::editingFinished, this, [this] {
+      if (input_->text() != proposedFor_) SetInput(input_->text());
+    });
     connect(convert_, &QPushButton::clicked, this, [this] { Convert(); });
     connect(exit, &QPushButton::clicked, this, &QWidget::close);
     resize(560, 340);
@@ -92,6 +98,7 @@ class RtoawWindow : public QWidget {
 
   void SetInput(const QString& path) {
     input_->setText(path);
+    proposedFor_ = path;
     if (!path.isEmpty()) {
       const std::vector<std::string> names = DztTextNames(path.toStdString(), "", 1, 0);
       output_->setText(QString::fromStdString(names[0]));
@@ -182,23 +189,8 @@ class RtoawWindow : public QWidget {
   QCheckBox* centre_;
   QProgressBar* progress_;
   QPushButton* convert_;
+  QString proposedFor_;  // the input whose output name was last proposed
 };
-
-// Presses the button; the first dialog that it opens is drawn to
-// `picture` and closed, so that the whole round can be seen without a user.
-void PressAndDrawDialog(QPushButton* button, const QString& picture) {
-  auto* timer = new QTimer(button);
-  QObject::connect(timer, &QTimer::timeout, timer, [timer, picture] {
-    if (QWidget* dialog = QApplication::activeModalWidget()) {
-      timer->stop();
-      dialog->grab().save(picture);
-      dialog->close();
-    }
-  });
-  timer->start(50);
-  button->click();
-  timer->stop();
-}
 
 }  // namespace
 
