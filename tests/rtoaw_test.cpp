@@ -15,6 +15,7 @@
 #include "platform/headless_platform.h"
 #include "platform/jobs.h"
 #include "test_util.h"
+#include "tools_helpers.h"
 
 namespace vexmor {
 namespace {
@@ -24,22 +25,9 @@ using test::TempDir;
 const std::string kBin = VEXMOR_BIN_DIR;
 const std::string kSample = std::string(VEXMOR_SHARED_SAMPLES) + "/radar/FILE____032.DZT";
 
-struct ToolRun {
-  int status = -1;
-  std::string out, err;
-};
+using test::ToolRun;
 
-ToolRun RunTool(const TempDir& dir, const std::string& command) {
-  const std::string out = dir / "stdout.txt", err = dir / "stderr.txt";
-  const std::string line = "env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " + command + " >" + out +
-                           " 2>" + err + " </dev/null";
-  ToolRun r;
-  const int raw = std::system(line.c_str());
-  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  r.out = test::ReadText(out);
-  r.err = test::ReadText(err);
-  return r;
-}
+ToolRun RunTool(const TempDir& dir, const std::string& command) { return test::RunHeadless(dir.Str(), command); }
 
 // All values of a text as the ASCII importer reads them, one after the other.
 std::vector<double> ImporterValues(const std::string& path) {

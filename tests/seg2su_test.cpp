@@ -18,6 +18,7 @@
 #include "seg2_format.h"
 #include "seg2_to_su.h"
 #include "test_util.h"
+#include "tools_helpers.h"
 
 namespace vexmor {
 namespace {
@@ -27,23 +28,9 @@ using test::TempDir;
 const std::string kBin = VEXMOR_BIN_DIR;
 const std::string kSample = std::string(VEXMOR_SHARED_SAMPLES) + "/seg2/329.dat";
 
-struct ProgramRun {
-  int status = -1;
-  std::string out, err;
-};
+using ProgramRun = test::ToolRun;
 
-// Runs a command line with no desktop in reach, so that no window opens.
-ProgramRun RunCommand(const TempDir& dir, const std::string& command) {
-  const std::string out = dir / "stdout.txt", err = dir / "stderr.txt";
-  const std::string line = "env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " + command + " >" + out +
-                           " 2>" + err + " </dev/null";
-  ProgramRun r;
-  const int raw = std::system(line.c_str());
-  r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  r.out = test::ReadText(out);
-  r.err = test::ReadText(err);
-  return r;
-}
+ProgramRun RunCommand(const TempDir& dir, const std::string& command) { return test::RunHeadless(dir.Str(), command); }
 
 Seg2File ReadBuffer(const std::vector<uint8_t>& bytes, const std::string& name = "test.dat") {
   return ReadSeg2(ByteSource::FromMemory(bytes), name);

@@ -17,6 +17,7 @@ inline std::string Bin(const std::string& name) { return std::string(VEXMOR_BIN_
 
 struct ToolRun {
   int status = -1;
+  std::string out;  // kept by RunHeadless only
   std::string err;
 };
 
@@ -28,6 +29,20 @@ inline ToolRun RunIn(const std::string& folder, const std::string& command) {
   const int raw = std::system(line.c_str());
   ToolRun run;
   run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + (WIFSIGNALED(raw) ? WTERMSIG(raw) : 0);
+  run.err = ReadText(errFile);
+  return run;
+}
+
+// Runs a command line from the current folder with no desktop in reach, so
+// that no window opens; standard output and error are kept in `folder`.
+inline ToolRun RunHeadless(const std::string& folder, const std::string& command) {
+  const std::string outFile = folder + "/.stdout", errFile = folder + "/.stderr";
+  const std::string line = "env -u DISPLAY -u WAYLAND_DISPLAY -u QT_QPA_PLATFORM " + command + " >'" + outFile +
+                           "' 2>'" + errFile + "' </dev/null";
+  const int raw = std::system(line.c_str());
+  ToolRun run;
+  run.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : 128 + (WIFSIGNALED(raw) ? WTERMSIG(raw) : 0);
+  run.out = ReadText(outFile);
   run.err = ReadText(errFile);
   return run;
 }

@@ -9,7 +9,7 @@
 
 #include "core/failure.h"
 #include "dzt_format.h"
-#include "tool_window_env.h"
+#include "tool_desktop.h"
 
 #ifdef VEXMOR_TOOL_WINDOW
 #include "rtoaw_window.h"

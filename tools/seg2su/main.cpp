@@ -12,6 +12,7 @@
 #include "core/failure.h"
 #include "seg2_format.h"
 #include "seg2_to_su.h"
+#include "tool_desktop.h"
 #include "tool_output.h"
 
 #ifdef VEXMOR_TOOL_WINDOW

@@ -20,6 +20,8 @@
 
 #include <filesystem>
 
+#include "tool_window.h"
+
 #include "seg2_to_su.h"
 #include "tool_output.h"
 
@@ -185,22 +187,6 @@ class Seg2SuWindow : public QWidget {
   QPushButton* convert_;
   QString folder_;
 };
-
-// Presses the button; the first dialog that it opens is drawn to
-// `picture` and closed, so that the whole round can be seen without a user.
-void PressAndDrawDialog(QPushButton* button, const QString& picture) {
-  auto* timer = new QTimer(button);
-  QObject::connect(timer, &QTimer::timeout, timer, [timer, picture] {
-    if (QWidget* dialog = QApplication::activeModalWidget()) {
-      timer->stop();
-      dialog->grab().save(picture);
-      dialog->close();
-    }
-  });
-  timer->start(50);
-  button->click();
-  timer->stop();
-}
 
 }  // namespace
 
