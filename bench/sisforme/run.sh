@@ -40,15 +40,7 @@ set Text2 $work/out.su
 click Command1
 SCRIPT
 
-calc() { awk "BEGIN { print ($1) }"; }
-# Runs a command; prints "real cpu" in seconds (cpu = user + sys).
-timed() {
-  local TIMEFORMAT='%R %U %S' line
-  line=$( { time "$@" > /dev/null; } 2>&1 )
-  set -- $line
-  echo "$1 $(calc "$2 + $3")"
-}
-min() { calc "($1 < $2) ? $1 : $2"; }
+. "$top/bench/timing.sh"
 
 best_cp_real=999; best_cp_cpu=999; best_su_real=999; best_su_cpu=999
 for round in $(seq 1 "$rounds"); do

@@ -54,15 +54,7 @@ answer prompt 48
 click Option8
 SCRIPT
 
-calc() { awk "BEGIN { print ($1) }"; }
-# Runs a command; prints "real cpu" in seconds (cpu = user + sys).
-timed() {
-  local TIMEFORMAT='%R %U %S' line
-  line=$( { time "$@" > /dev/null; } 2>&1 )
-  set -- $line
-  echo "$1 $(calc "$2 + $3")"
-}
-min() { calc "($1 < $2) ? $1 : $2"; }
+. "$top/bench/timing.sh"
 od_to_file() { od -An -v -tf4 "$work/raw.f32" > "$work/od.txt"; }
 
 best_od_real=999; best_od_cpu=999; best_su_real=999; best_su_cpu=999; best_ch_real=999; best_ch_cpu=999
