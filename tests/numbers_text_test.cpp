@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <sstream>
 
 #include <sys/time.h>
 
@@ -16,6 +17,7 @@
 #include "core/text_reader.h"
 #include "platform/headless_platform.h"
 #include "test_util.h"
+#include "toolchains/job_script.h"
 
 namespace vexmor {
 namespace {
@@ -224,6 +226,33 @@ TEST(Paths, ExistingNamesFoundWhateverTheirCase) {
   EXPECT_EQ(FileExists(dir.Str() + "/sub/*.txt"), 0);
   EXPECT_EQ(FileExists(dir.Str()), 0);  // a folder is not a file
   EXPECT_EQ(FileExists(""), 0);
+}
+
+TEST(Paths, WorkFolderFromTheEnvironmentCreatedOnDemand) {
+  TempDir dir;
+  const char* saved = std::getenv("VEXMOR_WORKDIR");
+  const std::string keep = saved ? saved : "";
+  setenv("VEXMOR_WORKDIR", (dir / "deep/work").c_str(), 1);
+  EXPECT_EQ(WorkFolder(), dir / "deep/work/");
+  EXPECT_TRUE(std::filesystem::is_directory(dir / "deep/work"));
+  test::WriteText(dir / "file", "x");
+  setenv("VEXMOR_WORKDIR", (dir / "file").c_str(), 1);
+  EXPECT_EQ(WorkFolder(), "");  // a file in the way: no folder, no throw
+  if (saved) setenv("VEXMOR_WORKDIR", keep.c_str(), 1); else unsetenv("VEXMOR_WORKDIR");
+}
+
+TEST(JobScript, LinesEndedByTheNewLineAndStartedWithThePrefix) {
+  TempDir dir;
+  ASSERT_TRUE(WriteJobScript(dir / "convert.bat", {"A >b", "C"}, "\r\n"));
+  EXPECT_EQ(test::ReadText(dir / "convert.bat"), "A >b\r\nC\r\n");
+  EXPECT_FALSE(WriteJobScript(dir / "no/such/convert.bat", {"A"}, "\r\n"));
+  std::string transcript;
+  HeadlessPlatform platform([&](const std::string& line) { transcript += line + "\n"; });
+  platform.SetRecordOnly(true);
+  SharedState state;
+  state.CommandPrefix = "command.com /c ";
+  StartJobScript(platform, state, "x.bat", 1);
+  EXPECT_NE(transcript.find("command.com /c x.bat"), std::string::npos);
 }
 
 TEST(FindToolDir, IniFolderWhenItHoldsTheToolsElseProgramFolder) {

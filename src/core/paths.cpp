@@ -4,6 +4,7 @@
 #include <strings.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -116,6 +117,25 @@ std::string RunningProgramFolder() {
   const fs::path self = fs::read_symlink("/proc/self/exe", ec);
   if (ec) return fs::current_path(ec).string();
   return self.parent_path().string();
+}
+
+std::string WorkFolder() {
+  fs::path folder;
+  if (const char* work = std::getenv("VEXMOR_WORKDIR"); work && *work) {
+    folder = work;
+  } else if (const char* cache = std::getenv("XDG_CACHE_HOME"); cache && *cache) {
+    folder = fs::path(cache) / "vexmor";
+  } else if (const char* home = std::getenv("HOME"); home && *home) {
+    folder = fs::path(home) / ".cache" / "vexmor";
+  } else {
+    folder = fs::temp_directory_path() / "vexmor";
+  }
+  std::error_code ec;
+  fs::create_directories(folder, ec);
+  if (!fs::is_directory(folder, ec)) return {};
+  std::string text = folder.string();
+  if (text.empty() || text.back() != kSep) text += kSep;
+  return text;
 }
 
 }  // namespace vexmor

@@ -28,6 +28,12 @@ std::string ReplaceLastThree(const std::string& path, std::string_view with);
 // The folder of the running program, without a closing separator.
 std::string RunningProgramFolder();
 
+// Our work folder, with its closing separator, created on demand:
+// $VEXMOR_WORKDIR when set, else vexmor/ under $XDG_CACHE_HOME (or ~/.cache).
+// Job scripts and temporary files that would otherwise go to the program's
+// folder or the root of a drive live here. Empty if it can't be created.
+std::string WorkFolder();
+
 // Whether the name holds wildcards.
 bool HasWildcards(std::string_view name);
 
