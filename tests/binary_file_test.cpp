@@ -62,6 +62,26 @@ TEST(BinaryFile, ReadingPastTheEndGivesZeros) {
   EXPECT_EQ(big[3], 0);
 }
 
+TEST(BinaryFile, OverMemoryReadsAsAFileAndRefusesWrites) {
+  const std::vector<uint8_t> bytes{0x34, 0x12, 0xFF, 0xFF, 0xFF, 0x7F};
+  BinaryFile f = BinaryFile::OverMemory(bytes, "mem");
+  EXPECT_TRUE(f.IsOpen());
+  EXPECT_EQ(f.Size(), 6);
+  EXPECT_EQ(f.ReadI16(0), 0x1234);
+  EXPECT_EQ(f.ReadI32(2), 0x7FFFFFFF);
+  uint8_t buf[4] = {9, 9, 9, 9};
+  EXPECT_EQ(f.Read(4, buf, 4), 2u);
+  EXPECT_EQ(buf[2], 0);
+  EXPECT_EQ(f.Read(1000, buf, 4), 0u);
+  EXPECT_EQ(buf[0], 0);
+  EXPECT_THROW(f.WriteI16(0, 1), RunTimeFailure);
+  BinaryFile moved = std::move(f);
+  EXPECT_FALSE(f.IsOpen());
+  EXPECT_EQ(moved.ReadU8(1), 0x12);
+  const std::vector<uint8_t> none;
+  EXPECT_EQ(BinaryFile::OverMemory(none).ReadI32(0), 0);
+}
+
 TEST(BinaryFile, HeaderWordsWrittenOneByOneCostNoSystemCallEach) {
   TempDir dir;
   BinaryFile f(dir / "t.su", BinaryFile::Mode::Create);

@@ -49,6 +49,15 @@ BinaryFile::BinaryFile(const std::string& path, Mode mode) : path_(path) {
   size_ = end < 0 ? 0 : end;
 }
 
+BinaryFile BinaryFile::OverMemory(std::span<const uint8_t> bytes, std::string name) {
+  BinaryFile file;
+  file.inMemory_ = true;
+  file.memory_ = bytes.data();
+  file.size_ = static_cast<int64_t>(bytes.size());
+  file.path_ = std::move(name);
+  return file;
+}
+
 BinaryFile::~BinaryFile() {
   try {
     Close();
@@ -65,6 +74,8 @@ BinaryFile& BinaryFile::operator=(BinaryFile&& other) noexcept {
     } catch (...) {
     }
     fd_ = std::exchange(other.fd_, -1);
+    inMemory_ = std::exchange(other.inMemory_, false);
+    memory_ = std::exchange(other.memory_, nullptr);
     writable_ = other.writable_;
     path_ = std::move(other.path_);
     size_ = other.size_;
@@ -132,9 +143,15 @@ void BinaryFile::MoveWindow(int64_t offset) {
 }
 
 size_t BinaryFile::Read(int64_t offset, void* data, size_t n) {
-  if (fd_ < 0) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
+  if (!IsOpen()) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
   if (offset < 0) throw RunTimeFailure(FailureCode::BadFileName, path_ + ": negative position");
   if (n == 0) return 0;
+  if (inMemory_) {
+    const size_t have = offset >= size_ ? 0 : static_cast<size_t>(std::min<int64_t>(static_cast<int64_t>(n), size_ - offset));
+    if (have > 0) std::memcpy(data, memory_ + offset, have);
+    std::memset(static_cast<uint8_t*>(data) + have, 0, n - have);
+    return have;
+  }
   if (!InWindow(offset, n)) {
     if (n >= kWindow / 2) {
       // Large blocks go straight to the file, once the window is on disk.
@@ -149,7 +166,7 @@ size_t BinaryFile::Read(int64_t offset, void* data, size_t n) {
 }
 
 void BinaryFile::Write(int64_t offset, const void* data, size_t n) {
-  if (fd_ < 0) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
+  if (!IsOpen()) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
   if (!writable_) throw RunTimeFailure(FailureCode::PathAccess, path_ + ": opened for reading only");
   if (offset < 0) throw RunTimeFailure(FailureCode::BadFileName, path_ + ": negative position");
   if (n == 0) return;
@@ -215,6 +232,11 @@ void BinaryFile::WriteF32(int64_t offset, float v) {
 }
 
 void BinaryFile::Close() {
+  if (inMemory_) {
+    inMemory_ = false;
+    memory_ = nullptr;
+    return;
+  }
   if (fd_ < 0) return;
   try {
     Flush();

@@ -7,6 +7,7 @@
 // file does not have read as 0. A byte that is not written keeps what the
 // file held there.
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,12 @@ class BinaryFile {
   BinaryFile(const BinaryFile&) = delete;
   BinaryFile& operator=(const BinaryFile&) = delete;
 
-  bool IsOpen() const { return fd_ >= 0; }
+  // Bytes in memory read as a file of that name, read only: the readers take
+  // a BinaryFile, so a test or a fuzzer feeds them without touching the disk.
+  // The bytes must outlive the object.
+  static BinaryFile OverMemory(std::span<const uint8_t> bytes, std::string name = "(memory)");
+
+  bool IsOpen() const { return fd_ >= 0 || inMemory_; }
   const std::string& Path() const { return path_; }
   int64_t Size() const { return size_; }
 
@@ -65,6 +71,8 @@ class BinaryFile {
   }
 
   int fd_ = -1;
+  bool inMemory_ = false;
+  const uint8_t* memory_ = nullptr;
   bool writable_ = false;
   std::string path_;
   int64_t size_ = 0;
