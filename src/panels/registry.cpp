@@ -2,9 +2,13 @@
 
 #include "importers/radar/ramac.h"
 #include "importers/seismograph/abem.h"
+#include "importers/seismograph/ambrogeo.h"
+#include "importers/seismograph/bison.h"
+#include "importers/seismograph/dolang.h"
 #include "importers/seismograph/es1225.h"
 #include "importers/seismograph/handy_viewer.h"
 #include "importers/seismograph/oyo.h"
+#include "importers/seismograph/pasi.h"
 #include "importers/seismograph/sisforme.h"
 #include "panels/main_panel.h"
 
@@ -20,10 +24,10 @@ constexpr PanelType kPanels[] = {
     {"es1225", MakePanel<Es1225>},
     {"oyo", MakePanel<Oyo>},
     {"HandyViewer", MakePanel<HandyViewer>},
-    {"Bison", MakeEmptyPanel},
-    {"DOLANG", MakeEmptyPanel},
-    {"pasi", MakeEmptyPanel},
-    {"Ambrogeo", MakeEmptyPanel},
+    {"Bison", MakePanel<Bison>},
+    {"DOLANG", MakePanel<Dolang>},
+    {"pasi", MakePanel<Pasi>},
+    {"Ambrogeo", MakePanel<Ambrogeo>},
     {"Radar_F", MakePanel<Radar_F>},
     {"DT1", MakeEmptyPanel},
     {"DZT_old", MakeEmptyPanel},

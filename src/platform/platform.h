@@ -13,6 +13,7 @@ inline constexpr int kOkCancel = 1;
 inline constexpr int kCritical = 16;
 inline constexpr int kQuestionOkCancel = 33;
 inline constexpr int kQuestionYesNo = 36;
+inline constexpr int kExclamation = 48;
 inline constexpr int kInformation = 64;
 }  // namespace buttons
 namespace answers {

@@ -1,5 +1,6 @@
 // samplegen OUTDIR: writes small synthetic records of the ABEM Mark 3,
-// ES-1225, OYO McSeis 170 and McSeis 3 formats into OUTDIR/<format>/.
+// ES-1225, OYO McSeis 170, McSeis 3, Bison 5000, Dolang, PASI LCM-12 and
+// Ambrogeo formats into OUTDIR/<format>/.
 // The same bytes come out on every run, so the committed samples can be
 // checked against a fresh run.
 #include <cmath>
@@ -11,9 +12,13 @@
 #include <vector>
 
 #include "importers/seismograph/abem_format.h"
+#include "importers/seismograph/ambrogeo_format.h"
+#include "importers/seismograph/bison_format.h"
+#include "importers/seismograph/dolang_format.h"
 #include "importers/seismograph/es1225_format.h"
 #include "importers/seismograph/handy_viewer_format.h"
 #include "importers/seismograph/oyo_format.h"
+#include "importers/seismograph/pasi_format.h"
 
 namespace fs = std::filesystem;
 using namespace vexmor;
@@ -111,11 +116,71 @@ void McSeis3(const fs::path& dir) {
   }
 }
 
+void WriteText(const fs::path& path, const std::string& text) { Write(path, std::vector<uint8_t>(text.begin(), text.end())); }
+
+// Three Bison 5000 shots of 12 channels x 500 samples at 0.25 ms. The
+// gather is scaled past 16 bits near the first arrivals, so that gain words
+// of -2 appear there.
+void Bison(const fs::path& dir) {
+  const char* times[] = {"09:12:05", "09:14:40", "09:17:22"};
+  for (int shot = 1; shot <= 3; ++shot) {
+    BisonRecordContent record;
+    record.preamble = "BISON INSTRUMENTS 5000";
+    record.fields = {"SHOT " + std::to_string(shot), "LINE A", "12/06/1995", times[shot - 1], "OPERATOR", "STACKS 1",
+                     "FILTER OUT", "NOTCH OUT", "DELAY 0", "GAIN AUTO", "SOURCE HAMMER", "OFFSET 2", "SPACING 2",
+                     "12", "FORMAT 16", "500", "0.25", "END"};
+    const auto gather = Scaled<int32_t>(ShotGather(12, 500, 250, 4.0 * (shot - 1)), 60000);
+    for (const auto& trace : gather) record.traces.push_back(EncodeBisonTrace(trace));
+    Write(dir / ("SHOT" + std::to_string(shot) + ".DAT"), BuildBisonRecord(record));
+  }
+}
+
+// One Dolang shot: 12 channel files of 256 samples at 0.5 ms, and its
+// info file (128 ms of 256 samples).
+void Dolang(const fs::path& dir) {
+  const auto gather = Scaled<int32_t>(ShotGather(12, 256, 500, 0.0), 20000);
+  for (int c = 1; c <= 12; ++c) {
+    WriteText(dir / ("SHOT1.A" + std::string(c < 10 ? "0" : "") + std::to_string(c)),
+              BuildChannelText(gather[static_cast<size_t>(c - 1)]));
+  }
+  WriteText(dir / "SHOT1.ADT", BuildAdtText(12, 1, 128, 256));
+}
+
+// Two LCM-12 records of 12 traces x 256 values, with fractions that the
+// reader rounds away.
+void Pasi(const fs::path& dir) {
+  for (int shot = 1; shot <= 2; ++shot) {
+    std::vector<std::vector<double>> traces;
+    for (const auto& trace : ShotGather(12, 256, 500, 3.0 * (shot - 1))) {
+      std::vector<double> values;
+      for (double v : trace) values.push_back(std::round(v * 40000) / 4);
+      traces.push_back(values);
+    }
+    WriteText(dir / ("REC" + std::to_string(shot) + ".ASC"), BuildPasiText(traces));
+  }
+}
+
+// Two Ambrogeo records of 24 channels x 200 samples at 0.25 ms.
+void Ambrogeo(const fs::path& dir) {
+  const char* dates[] = {" 01506  24", " 01506  24"};
+  const char* times[] = {" 10:42", " 10:47"};
+  for (int shot = 1; shot <= 2; ++shot) {
+    AmbrogeoRecordContent record;
+    record.dateLine = dates[shot - 1];
+    record.timeLine = times[shot - 1];
+    record.channels = "24";
+    record.rate12 = "500";
+    record.rate24 = "250";
+    record.samples = Scaled<int16_t>(ShotGather(24, 200, 250, 6.0 * (shot - 1)), 8000);
+    WriteText(dir / ("LINE" + std::to_string(shot) + ".DTA"), BuildAmbrogeoText(record));
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 2) {
-    std::fprintf(stderr, "usage: samplegen OUTDIR\n  writes OUTDIR/abem, es1225, oyo and mcseis3\n");
+    std::fprintf(stderr, "usage: samplegen OUTDIR\n  writes OUTDIR/abem, es1225, oyo, mcseis3, bison, dolang, pasi and ambrogeo\n");
     return 2;
   }
   try {
@@ -124,6 +189,10 @@ int main(int argc, char** argv) {
     Es1225(top / "es1225");
     Oyo(top / "oyo");
     McSeis3(top / "mcseis3");
+    Bison(top / "bison");
+    Dolang(top / "dolang");
+    Pasi(top / "pasi");
+    Ambrogeo(top / "ambrogeo");
   } catch (const std::exception& e) {
     std::fprintf(stderr, "samplegen: %s\n", e.what());
     return 1;

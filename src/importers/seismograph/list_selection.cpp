@@ -20,7 +20,9 @@ ListSelection SelectIntoList(Platform& platform, SharedState& state, Control& li
   } else {
     const std::string& folder = selection.entries[0];
     for (size_t k = 1; k < selection.entries.size(); ++k) {
-      selection.added.push_back(folder + kSep + selection.entries[k]);
+      std::string name = selection.entries[k];
+      if (rules.keepName != nullptr && !rules.keepName(name)) continue;
+      selection.added.push_back(folder + kSep + name);
     }
   }
   for (const std::string& path : selection.added) list.AddItem(path);

@@ -28,6 +28,9 @@ struct ListSelectionRules {
   // True: an answer with no blank is one file, added as it stands. False:
   // entry 0 is always the folder, so a one-file answer adds nothing.
   bool oneFileCase = true;
+  // Optional: may change a selected name before it is joined to the folder,
+  // and says whether its path goes to the list at all.
+  bool (*keepName)(std::string& name) = nullptr;
 };
 
 // What one selection gave.
