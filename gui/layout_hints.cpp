@@ -12,6 +12,11 @@ constexpr LayoutHint kHints[] = {
     {"sisforme", "Grid1", "cell0twips", "5555"},
     // The output path with the button that chooses it.
     {"sisforme", "Command4", "beside", "Text2"},
+    {"Bison", "Command4", "beside", "Text2"},
+    {"DOLANG", "Command3", "beside", "Text8"},
+    {"DOLANG", "Command5", "beside", "Text5"},
+    {"pasi", "Command4", "beside", "Text2"},
+    {"Ambrogeo", "Command4", "beside", "Text2"},
 };
 
 }  // namespace

@@ -283,7 +283,9 @@ INSTANTIATE_TEST_SUITE_P(
     Importers, FrontsOnSamples,
     testing::Values(Bundled{"abem", "Option5", "Command4", "Command3", "abem", "SHOT1.ABM SHOT2.ABM SHOT3.ABM"},
                     Bundled{"es1225", "Option4", "Command3", "Command4", "es1225", "REC1.DAT REC2.DAT"},
-                    Bundled{"oyo", "Option10", "Command3", "Command4", "oyo", "101.ORG 102.ORG 105.ORG"}),
+                    Bundled{"oyo", "Option10", "Command3", "Command4", "oyo", "101.ORG 102.ORG 105.ORG"},
+                    Bundled{"Bison", "Option14", "Command5", "Command4", "bison", "SHOT1.DAT SHOT2.DAT SHOT3.DAT"},
+                    Bundled{"pasi", "Option16", "Command5", "Command4", "pasi", "REC1.ASC REC2.ASC"}),
     [](const testing::TestParamInfo<Bundled>& info) { return std::string(info.param.panel); });
 
 TEST(ScriptFronts, ScreenshotOfAPanelWindow) {
