@@ -18,7 +18,7 @@ cli="$bin/vexmor-cli"
 [ -x "$cli" ] || { echo "no vexmor-cli in $bin (build first)" >&2; exit 2; }
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/vexmor-bench-XXXXXX")
-trap 'rm -rf "$work"' EXIT
+trap '[ -n "${KEEP_BENCH:-}" ] || rm -rf "$work"' EXIT
 mkdir "$work/in" "$work/copy"
 
 # The header: a preamble and 17 fields, each behind a CR LF at an even
@@ -44,7 +44,7 @@ names=""
 for k in $(seq -w 1 99); do
   cat "$work/header.bin" "$work/traces.bin" > "$work/in/R$k.DAT"
   # Each file its own words, so the page cache holds no shared pages.
-  printf '%02d' "$k" | dd of="$work/in/R$k.DAT" bs=1 seek=$((hsize + 2)) conv=notrunc status=none
+  printf '%s' "$k" | dd of="$work/in/R$k.DAT" bs=1 seek=$((hsize + 2)) conv=notrunc status=none
   names="$names R$k.DAT"
 done
 

@@ -1,6 +1,8 @@
 #include "importers/seismograph/bison_format.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 #include <cmath>
 #include <limits>
 
@@ -71,11 +73,27 @@ int32_t BisonTraceOffset(double headerSize, int t, int16_t words) {
 }
 
 void DecodeBisonTrace(const uint8_t* raw, int16_t words, std::span<float> out) {
+  const size_t total = words > 0 ? static_cast<size_t>(words) : 0;
+  const size_t samples = total - total / 5;
+  const size_t room = std::min(samples, out.size());
+  // Whole groups of four samples and their gain word, then the rest one by
+  // one; the gain applies to the group behind its word.
   float gain = 1.0f;
-  size_t index = 0;
-  for (int j = 1; j <= words; ++j) {
-    const int16_t word = GetLE16(raw + 2 * (j - 1));
-    if (j % 5 == 0) {
+  size_t index = 0, j = 0;
+  for (; index + 4 <= room && j + 5 <= total; index += 4, j += 5) {
+    int16_t w[5];
+    if constexpr (std::endian::native == std::endian::little) {
+      std::memcpy(w, raw + 2 * j, sizeof w);
+    } else {
+      for (size_t k = 0; k < 5; ++k) w[k] = GetLE16(raw + 2 * (j + k));
+    }
+#pragma GCC unroll 4
+    for (size_t k = 0; k < 4; ++k) out[index + k] = static_cast<float>(w[k]) * gain;
+    gain = w[4] < -1 ? 2.0f : 1.0f;
+  }
+  for (; j < total; ++j) {
+    const int16_t word = GetLE16(raw + 2 * j);
+    if ((j + 1) % 5 == 0) {
       gain = word < -1 ? 2.0f : 1.0f;
       continue;
     }
