@@ -3,6 +3,8 @@
 // files, and the header words at their places.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "list_importer_test_util.h"
 
 namespace vexmor {
@@ -69,6 +71,13 @@ TEST(PasiConversion, AMissingFileRepeatsTheTraceBeforeAndBadSizesAreRefused) {
   test::ExpectSamples(su, 3, std::vector<double>{4, 5, 6});
   EXPECT_EQ(su.Word(3, "fldr"), 2);
   EXPECT_EQ(su.Word(3, "dt"), 250);
+  // 70000 x 8131-sample traces would pass the 32-bit positions.
+  out = RunPanelScript(Opening() + "set Text3 70000\nset Text4 8131\nset Text2 " + Q(dir / "BIG.SU") +
+                       "\nclick Command1\n");
+  EXPECT_NE(out.find("message \"Too many traces: 70000 traces would not fit one SU file of 2 GB\" buttons=16"),
+            std::string::npos)
+      << out;
+  EXPECT_FALSE(std::filesystem::exists(dir / "BIG.SU"));
   for (const std::string n : {"8132", "0", "-1"}) {
     out = RunPanelScript(Opening() + "set Text4 " + n + "\nclick Command1\n");
     EXPECT_NE(out.find("message \"Number of sample must be 1 to 8131, not " + n + "\" buttons=16"), std::string::npos);

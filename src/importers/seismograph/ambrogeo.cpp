@@ -1,6 +1,7 @@
 #include "importers/seismograph/ambrogeo.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -168,8 +169,11 @@ void Ambrogeo::Command1_Click() {
     });
     if (!writer) continue;
     for (int c = 1; c <= channels; ++c) {
+      // The trace index is a 16-bit value: no later trace has a place.
+      const int64_t index = (c - 1) + static_cast<int64_t>(channels) * (f - 1);
+      if (index > INT16_MAX) break;
       SkipOnFailure([&] {
-        writer->Seek(ToInt16(static_cast<double>(c - 1) + static_cast<double>(channels) * (f - 1)));
+        writer->Seek(static_cast<int32_t>(index));
         writer->WriteHeader(f, c);
         writer->WriteWord("year", year);
         writer->WriteWord("day", day);

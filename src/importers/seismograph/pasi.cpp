@@ -1,5 +1,7 @@
 #include "importers/seismograph/pasi.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -119,39 +121,38 @@ void Pasi::Command1_Click() {
                         kConverterTitle);
     return;
   }
+  // Records are placed by 32-bit positions: a count that would pass them
+  // is refused before anything is written.
+  const int64_t traces = static_cast<int64_t>(std::max(nbFiles, 0)) * std::max(channels, 0);
+  if (traces > 0 && (traces - 1) * (240 + 4 * static_cast<int64_t>(samples)) > INT32_MAX) {
+    platform.MessageBox("Too many traces: " + PlainDigits(static_cast<double>(traces)) +
+                            " traces would not fit one SU file of 2 GB",
+                        buttons::kCritical, kConverterTitle);
+    return;
+  }
   state.NbSamples = samples;
   std::vector<float> trace(static_cast<size_t>(samples), 0.0f);
   std::optional<BinaryFile> output;
   SkipOnFailure([&] { output.emplace(OpenOutput(state.OutputFile)); });
   if (output) {
     SuTraceWriter writer(*output, state, kPasiHeaderWords);
-    int64_t n = -1;
-    bool full = false;
-    for (int32_t f = 1; f <= nbFiles && !full; ++f) {
+    int32_t n = -1;
+    for (int32_t f = 1; f <= nbFiles && channels > 0; ++f) {
       // A file that can't be read leaves its traces with the samples of the
       // trace before.
       std::optional<PasiReader> reader;
       SkipOnFailure([&] { reader.emplace(ReadWholeFile(ListLine(List1, f - 1))); });
       for (int32_t t = 1; t <= channels; ++t) {
         ++n;
-        try {
-          writer.Seek(static_cast<int32_t>(std::min<int64_t>(n, INT32_MAX)));
-        } catch (const std::exception&) {
-          full = true;
-          break;
-        }
-        SkipOnFailure([&] { writer.WriteHeader(f, t); });
+        SkipOnFailure([&] {
+          writer.Seek(n);
+          writer.WriteHeader(f, t);
+        });
         if (reader) reader->ReadTrace(trace);
         SkipOnFailure([&] { writer.WriteSamples(trace); });
       }
     }
     SkipOnFailure([&] { output->Close(); });
-    // Records past 2 GB have no place in the file.
-    if (full) {
-      platform.MessageBox("The SU file can hold no more traces: " + PlainDigits(static_cast<double>(n)) +
-                              " traces written",
-                          buttons::kExclamation, kConverterTitle);
-    }
   }
   platform.MessageBox("Conversion, done !", buttons::kInformation, kConverterTitle);
 }
