@@ -259,14 +259,14 @@ void Dolang::Make_SEGY() {
   const std::string zeros = work + "header2.tmp";
   const std::string script = work + "sgy.bat";
   bool written = false;
-  SkipOnFailure([&] {
+  if (!work.empty()) SkipOnFailure([&] {
     BinaryFile header(zeros, BinaryFile::Mode::Create);
     const std::vector<uint8_t> bytes(kSegyReelHeader, 0);
     header.Write(0, bytes.data(), bytes.size());
     header.Close();
     written = WriteJobScript(script, {"Copy/b " + zeros + "+" + outputPath + " " + newName}, NewLineOf(state));
   });
-  const int task = written && !work.empty() ? StartJobScript(platform, state, script, 0) : 0;
+  const int task = written ? StartJobScript(platform, state, script, 0) : 0;
   platform.MessageBox(task > 0 ? "SGY conversion OK " + newName : std::string("SGY conversion error"), buttons::kOk,
                       "");
 }
