@@ -156,7 +156,9 @@ std::vector<std::string> ShowLines(const Control& c) {
       return {name + " enabled=" + (c.Enabled() ? "1" : "0") + " interval=" + std::to_string(c.Interval())};
     case ControlKind::Tabs: return {name + " = " + std::to_string(c.Tab()) + Flags(c)};
     case ControlKind::Drawing:
-      return {name + ".figures = " + std::to_string(c.Figures().size()) + Flags(c)};
+      return {name + ".figures = " + std::to_string(c.Figures().size()) + Flags(c),
+              name + ".polygons = " + std::to_string(c.PolygonCount()),
+              name + ".tooltip = " + Quote(c.ToolTip())};
     default: return {name + " = " + Quote(c.Text()) + Flags(c)};
   }
 }
