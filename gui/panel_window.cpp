@@ -58,6 +58,7 @@ class Surface : public QWidget {
   explicit Surface(Control& c) : control_(&c) {
     setMouseTracking(true);
     setMinimumSize(320, 200);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setAutoFillBackground(true);
     QPalette p = palette();
     p.setColor(QPalette::Window, Qt::white);

@@ -1,5 +1,6 @@
 #include "panels/script.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
@@ -360,6 +361,16 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
   } else if (command == "choose") {
     need(2);
     Control& c = ControlOf(n, w[1]);
+    if (c.Kind() == ControlKind::Tabs) {
+      // A tab control's lines are its tabs, named in its caption.
+      const double tab = number(w[2]);
+      const auto tabs = std::count(c.Caption().begin(), c.Caption().end(), '|') + 1;
+      if (tab != std::floor(tab) || tab < 0 || tab >= static_cast<double>(tabs)) {
+        throw ScriptError(n, w[1] + " has no tab " + w[2]);
+      }
+      if (Reachable(c)) c.SetTab(static_cast<int>(tab));
+      return;
+    }
     if (c.Kind() != ControlKind::List && c.Kind() != ControlKind::Combo) {
       throw ScriptError(n, w[1] + " is not a list");
     }
