@@ -95,6 +95,7 @@ constexpr const char* kStartProblem = " Conversion problem...verify parameters";
 // A marker's wait sleeps this long between looks: short against a job's
 // start, long enough to leave the core to the tools.
 constexpr auto kPollPause = std::chrono::milliseconds(2);
+constexpr auto kIdleLimit = std::chrono::seconds(60);
 
 std::string Work(const std::string& name) { return WorkFolder() + name; }
 
@@ -115,18 +116,19 @@ void WaitSeconds(Platform& platform, double seconds) {
   }
 }
 
-// Pumps events until done() holds. Gives false when no job of ours runs
-// any more and done() still fails, so that a script killed before its
-// last line does not leave the panel waiting for ever.
+// Pumps events until done() holds. Gives false when no job of ours has run
+// for a minute and done() still fails, so that a script killed before its
+// last line does not leave the panel waiting for ever. (A terminal program
+// that hands its window to a server ends at once: hence the minute.)
 bool WaitUntil(Platform& platform, const std::function<bool()>& done) {
-  int idleLooks = 0;
+  using Clock = std::chrono::steady_clock;
+  auto lastBusy = Clock::now();
   while (!done()) {
     platform.PumpEvents();
-    if (RunningJobs() == 0) {
-      // The marker may be written just as the job ends: look twice more.
-      if (++idleLooks > 2) return done();
-    } else {
-      idleLooks = 0;
+    if (RunningJobs() > 0) {
+      lastBusy = Clock::now();
+    } else if (Clock::now() - lastBusy > kIdleLimit) {
+      return done();
     }
     std::this_thread::sleep_for(kPollPause);
   }
