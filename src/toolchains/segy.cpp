@@ -269,12 +269,14 @@ void Segy::Command4_Click() {
 }
 
 void Segy::Command5_Click() {
+  if (running) return;
   if (List1.Items().empty()) {
     platform.MessageBox("Select the SEG-Y files first", buttons::kCritical, kTitle);
     return;
   }
   Command5.SetEnabled(false);
   {
+    running = true;
     BusyWhile busy(platform, {kPanel});
     const std::string output = Work("conv_test.su");
     RemoveFile(output);
@@ -290,6 +292,7 @@ void Segy::Command5_Click() {
     WaitSeconds(platform, 1);
     Command5.SetEnabled(true);
     Command2.SetEnabled(true);
+    running = false;
   }
   Display_SU(Work("conv_test.su"));
 }
@@ -317,8 +320,16 @@ std::string Segy::ToolLine(const std::string& input, const std::string& target, 
 }
 
 void Segy::Command2_Click() {
+  if (running) return;
+  running = true;
   BusyWhile busy(platform, {kPanel, "MainPanel"});
-  Convert();
+  try {
+    Convert();
+  } catch (...) {
+    running = false;
+    throw;
+  }
+  running = false;
 }
 
 void Segy::Convert() {

@@ -46,6 +46,9 @@ struct Segy {
   Control& ecran = form["ecran"];
 
   DisplayMemory display;
+  // A Test or Convert under way: its waits pump events, and a second press
+  // meanwhile would share its work files.
+  bool running = false;
 
   void Form_Load();
   void Form_Unload();
