@@ -164,6 +164,9 @@ std::span<const ControlDef> SegyControls() { return kControls; }
 Segy::Segy(Session& s)
     : session(s), state(s.State()), platform(s.GetPlatform()), form(s, kPanel, "SEG-Y to SU", kControls) {
   BindEvents<Segy>(form, *this, kEvents);
+  // The surface's size from the start, so that the read-out speaks of
+  // traces before the first drawing too.
+  ecran.SetScale(SurfaceScale{20.0, 1.0, 500.0, 2.0, kDisplayWidthPx, kDisplayHeightPx});
 }
 
 void Segy::Form_Load() {
