@@ -1,10 +1,8 @@
 #include "toolchains/segy.h"
 
-#include <chrono>
 #include <cctype>
-#include <cmath>
+#include <chrono>
 #include <cstdlib>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
