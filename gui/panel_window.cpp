@@ -28,6 +28,7 @@
 #include <QTextEdit>
 #include <QTimer>
 #include <QToolBar>
+#include <QToolTip>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
@@ -57,6 +58,7 @@ class Surface : public QWidget {
   explicit Surface(Control& c) : control_(&c) {
     setMouseTracking(true);
     setMinimumSize(320, 200);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
     setAutoFillBackground(true);
     QPalette p = palette();
     p.setColor(QPalette::Window, Qt::white);
@@ -69,6 +71,25 @@ class Surface : public QWidget {
   void paintEvent(QPaintEvent*) override {
     if (control_ == nullptr) return;
     QPainter painter(this);
+    const SurfaceScale& scale = control_->Scale();
+    setCursor(control_->CrossPointer() ? Qt::CrossCursor : Qt::ArrowCursor);
+    if (scale.width > 0 && scale.height > 0) {
+      // Figures in the surface's own pixels, stretched to the widget.
+      painter.scale(double(width()) / scale.width, double(height()) / scale.height);
+      painter.setPen(QPen(Qt::black, 0));
+      for (const Figure& f : control_->Figures()) {
+        QPolygonF poly;
+        for (const auto& [x, y] : f.points) poly << QPointF(x, y);
+        if (f.filled) {
+          painter.setBrush(QColor(0x80, 0x80, 0x80));
+          painter.drawPolygon(poly);
+        } else {
+          painter.setBrush(Qt::NoBrush);
+          painter.drawPolyline(poly);
+        }
+      }
+      return;
+    }
     painter.setRenderHint(QPainter::Antialiasing);
     Bounds();
     for (const Figure& f : control_->Figures()) {
@@ -85,8 +106,18 @@ class Surface : public QWidget {
   }
   void mouseMoveEvent(QMouseEvent* event) override {
     if (control_ == nullptr || !onMove) return;
-    Bounds();
     const QPointF at = event->position();
+    const SurfaceScale& scale = control_->Scale();
+    if (scale.width > 0 && scale.height > 0) {
+      onMove(scale.left + at.x() / std::max(1, width()) * (scale.right - scale.left),
+             scale.top + at.y() / std::max(1, height()) * (scale.bottom - scale.top));
+      // A read-out follows the pointer at once, not after the hover delay.
+      if (control_ != nullptr && !control_->ToolTip().empty()) {
+        QToolTip::showText(event->globalPosition().toPoint(), Q(control_->ToolTip()), this);
+      }
+      return;
+    }
+    Bounds();
     onMove(x0_ + at.x() / std::max(1, width()) * (x1_ - x0_), y0_ + at.y() / std::max(1, height()) * (y1_ - y0_));
   }
 
@@ -719,7 +750,12 @@ void PanelWindow::Refresh(Bound& b) {
       if (c.Tab() >= 0 && c.Tab() < tabs->count()) tabs->setCurrentIndex(c.Tab());
       break;
     }
-    case ControlKind::Drawing: w->update(); break;
+    case ControlKind::Drawing: {
+      const SurfaceScale& scale = c.Scale();
+      if (scale.width > 0) w->setMinimumSize(std::max(320, scale.width), std::max(200, scale.height));
+      w->update();
+      break;
+    }
     case ControlKind::Toolbar: {
       QToolBar* bar = b.toolbar;
       QStringList keys;

@@ -25,7 +25,9 @@ TEST(ToolsBatchRunner, CopyInEveryFormTheScriptsUse) {
       "Copy a a2\r\n"
       "COPY /B A + B + C UPPER\r\n"  // names in another letter case
       "copy /b a + missing nothing\r\n"
-      "copy /b ab + c ab\r\n";       // appends to the first source
+      "copy /b ab + c ab\r\n"        // appends to the first source
+      "copy/b joined+a joined\r\n"     // the first join makes its target
+      "copy/b joined+b joined\r\n";
   const ToolRun run = RunBat(dir.Str(), script);
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(ReadText(dir / "abc"), "AAABBC");
@@ -33,6 +35,7 @@ TEST(ToolsBatchRunner, CopyInEveryFormTheScriptsUse) {
   EXPECT_EQ(ReadText(dir / "a2"), "AAA");
   EXPECT_EQ(ReadText(dir / "UPPER"), "AAABBC");
   EXPECT_FALSE(std::filesystem::exists(dir / "nothing"));
+  EXPECT_EQ(ReadText(dir / "joined"), "AAABB");
   EXPECT_NE(run.err.find("missing"), std::string::npos) << run.err;
 }
 

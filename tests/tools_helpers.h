@@ -3,6 +3,7 @@
 // folder, its exit status and standard error; SU files as traces.
 #include <sys/wait.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -51,6 +52,17 @@ inline ToolRun RunHeadless(const std::string& folder, const std::string& command
 inline ToolRun RunBat(const std::string& folder, const std::string& script, const std::string& name = "convert.bat") {
   WriteText(folder + "/" + name, script);
   return RunIn(folder, "'" + Bin("vexmor-bat") + "' '" + folder + "/" + name + "' > .stdout");
+}
+
+// IBM float of a value that has at most 21 significant bits (exact).
+inline uint32_t IbmOf(double v) {
+  if (v == 0) return 0;
+  const uint32_t sign = v < 0 ? 0x80000000u : 0;
+  double a = std::fabs(v);
+  int e = 0;
+  while (a >= 1) { a /= 16; ++e; }
+  while (a < 1.0 / 16) { a *= 16; --e; }
+  return sign | uint32_t(e + 64) << 24 | uint32_t(std::llround(a * 16777216.0));
 }
 
 struct SuTrace {

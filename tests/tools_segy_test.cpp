@@ -33,17 +33,6 @@ int BytesOf(int format) {
   }
 }
 
-// IBM float of a value that has at most 21 significant bits (exact).
-uint32_t IbmOf(double v) {
-  if (v == 0) return 0;
-  const uint32_t sign = v < 0 ? 0x80000000u : 0;
-  double a = std::fabs(v);
-  int e = 0;
-  while (a >= 1) { a /= 16; ++e; }
-  while (a < 1.0 / 16) { a *= 16; --e; }
-  return sign | uint32_t(e + 64) << 24 | uint32_t(std::llround(a * 16777216.0));
-}
-
 // A value of trace t, sample i that the format holds, and what a float of it is.
 double ValueFor(int format, int t, int i) {
   const double k = (i * 7919 + t * 104729) % 1000 - 500;

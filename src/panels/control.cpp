@@ -204,4 +204,21 @@ void Control::AddFigure(Figure figure) {
   Changed();
 }
 
+int Control::PolygonCount() const {
+  int count = 0;
+  for (const Figure& f : figures_) count += f.filled ? 1 : 0;
+  return count;
+}
+
+void Control::SetScale(const SurfaceScale& scale) {
+  scale_ = scale;
+  Changed();
+}
+
+void Control::SetCrossPointer(bool on) {
+  if (on == crossPointer_) return;
+  crossPointer_ = on;
+  Changed();
+}
+
 }  // namespace vexmor

@@ -63,6 +63,14 @@ struct Figure {
   std::vector<std::pair<double, double>> points;
 };
 
+// How a drawing surface maps its pixels (figures are in pixels from its top
+// left corner) to the user units in which it reports the mouse. A width of
+// 0 means no scale is set: the front fits the figures into its widget.
+struct SurfaceScale {
+  double left = 0, top = 0, right = 1, bottom = 1;
+  int width = 0, height = 0;                 // pixels
+};
+
 class Control {
  public:
   Control(Form& form, const ControlDef& def);
@@ -126,8 +134,13 @@ class Control {
 
   // Drawing surface.
   const std::vector<Figure>& Figures() const { return figures_; }
+  int PolygonCount() const;
   void ClearFigures();
   void AddFigure(Figure figure);
+  const SurfaceScale& Scale() const { return scale_; }
+  void SetScale(const SurfaceScale& scale);
+  bool CrossPointer() const { return crossPointer_; }
+  void SetCrossPointer(bool on);
 
   // Called after every change of what the control shows; the desktop
   // program hangs its widget update here.
@@ -155,6 +168,8 @@ class Control {
   int interval_ = 0;
   int tab_ = 0;
   std::vector<Figure> figures_;
+  SurfaceScale scale_;
+  bool crossPointer_ = false;
   std::function<void(Control&)> viewHook_;
 };
 

@@ -11,6 +11,8 @@
 #include "importers/seismograph/pasi.h"
 #include "importers/seismograph/sisforme.h"
 #include "panels/main_panel.h"
+#include "toolchains/segy.h"
+#include "toolchains/su2sgy.h"
 
 namespace vexmor {
 
@@ -34,8 +36,8 @@ constexpr PanelType kPanels[] = {
     {"ASCII2SU", MakeEmptyPanel},
     {"DZT2", MakeEmptyPanel},
     {"Convert", MakeEmptyPanel},
-    {"SEGY", MakeEmptyPanel},
-    {"SU2SGY", MakeEmptyPanel},
+    {"SEGY", MakePanel<Segy>},
+    {"SU2SGY", MakePanel<Su2Sgy>},
     {"Add_SU_files", MakeEmptyPanel},
     {"pick", MakeEmptyPanel},
     {"editor", MakeEmptyPanel},

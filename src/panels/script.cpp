@@ -1,5 +1,6 @@
 #include "panels/script.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
@@ -179,7 +180,9 @@ std::vector<std::string> ShowLines(const Control& c) {
       return {name + " enabled=" + (c.Enabled() ? "1" : "0") + " interval=" + std::to_string(c.Interval())};
     case ControlKind::Tabs: return {name + " = " + std::to_string(c.Tab()) + Flags(c)};
     case ControlKind::Drawing:
-      return {name + ".figures = " + std::to_string(c.Figures().size()) + Flags(c)};
+      return {name + ".figures = " + std::to_string(c.Figures().size()) + Flags(c),
+              name + ".polygons = " + std::to_string(c.PolygonCount()),
+              name + ".tooltip = " + Quote(c.ToolTip())};
     default: return {name + " = " + Quote(c.Text()) + Flags(c)};
   }
 }
@@ -383,6 +386,16 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
   } else if (command == "choose") {
     need(2);
     Control& c = ControlOf(n, w[1]);
+    if (c.Kind() == ControlKind::Tabs) {
+      // A tab control's lines are its tabs, named in its caption.
+      const double tab = number(w[2]);
+      const auto tabs = std::count(c.Caption().begin(), c.Caption().end(), '|') + 1;
+      if (tab != std::floor(tab) || tab < 0 || tab >= static_cast<double>(tabs)) {
+        throw ScriptError(n, w[1] + " has no tab " + w[2]);
+      }
+      if (Reachable(c)) c.SetTab(static_cast<int>(tab));
+      return;
+    }
     if (c.Kind() != ControlKind::List && c.Kind() != ControlKind::Combo) {
       throw ScriptError(n, w[1] + " is not a list");
     }

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
+#include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -244,6 +246,68 @@ TEST(ScriptFronts, ConversionFailureShowsTheSameMessage) {
   const FrontRun gui = Gui(dir);
   ExpectSameRun(cli, gui);
   EXPECT_NE(cli.out.find("message \"Verify your parameters...\" buttons=16"), std::string::npos) << cli.out;
+}
+
+// A SEG-Y record of 24 traces of 1024 big-endian IEEE samples, each a
+// decaying sine with a trace-dependent start.
+void WriteSegy(const std::string& path) {
+  std::string bytes(3600, '\0');
+  auto be16 = [](std::string& b, size_t at, int v) {
+    b[at] = static_cast<char>((v >> 8) & 0xFF);
+    b[at + 1] = static_cast<char>(v & 0xFF);
+  };
+  be16(bytes, 3216, 500);
+  be16(bytes, 3220, 1024);
+  be16(bytes, 3224, 5);
+  for (int t = 0; t < 24; ++t) {
+    std::string trace(240 + 4 * 1024, '\0');
+    be16(trace, 114, 1024);
+    be16(trace, 116, 500);
+    for (int j = 0; j < 1024; ++j) {
+      const float v = j < 10 * t ? 0.0f : static_cast<float>(std::sin((j - 10 * t) * 0.2) * std::exp(-j / 300.0));
+      uint32_t bits;
+      std::memcpy(&bits, &v, 4);
+      for (int k = 0; k < 4; ++k) trace[240 + 4 * size_t(j) + size_t(k)] = static_cast<char>(bits >> (24 - 8 * k));
+    }
+    bytes += trace;
+  }
+  WriteAll(path, bytes);
+}
+
+// The task numbers of started jobs differ from run to run.
+std::string WithoutTasks(std::string out) {
+  std::string kept;
+  size_t at = 0;
+  while (at < out.size()) {
+    size_t end = out.find('\n', at);
+    if (end == std::string::npos) end = out.size();
+    std::string line = out.substr(at, end - at);
+    if (line.rfind("shell ", 0) == 0) line = line.substr(0, line.rfind("-> "));
+    kept += line + "\n";
+    at = end + 1;
+  }
+  return kept;
+}
+
+TEST(ScriptFronts, SegyTestDisplayAndReadOutAlike) {
+  Folder dir;
+  WriteSegy(dir / "LINE.SGY");
+  WriteAll(dir / "script.txt",
+           "open MainPanel\nclick Option2\nuse SEGY\nanswer dialog \"" + dir / "LINE.SGY" +
+               "\"\nclick Command1\nshow Text4\nshow Text12\nshow Command2\nclick Command5\nshow SSTab1\n"
+               "show Command2\nshow ecran\nmousemove ecran 75 300\nshow ecran\nset Text13 -2\nshow ecran\n"
+               "choose SSTab1 2\nshow SSTab1\nclose SEGY\n");
+  const std::string launcher = "VEXMOR_WORKDIR='" + dir / "work" + "' ";
+  const FrontRun cli = RunFront(dir, "vexmor-cli", "run script.txt", launcher);
+  const FrontRun gui = RunFront(dir, "vexmor", "--script script.txt", launcher + "QT_QPA_PLATFORM=offscreen ");
+  EXPECT_EQ(gui.status, cli.status);
+  EXPECT_EQ(WithoutTasks(gui.out), WithoutTasks(cli.out));
+  EXPECT_NE(cli.out.find("Text4 = \"1024\"\nText12 = \"500\"\nCommand2 = \"Convert\" enabled=0\n"),
+            std::string::npos) << cli.out;
+  EXPECT_NE(cli.out.find("SSTab1 = 1\nCommand2 = \"Convert\"\necran.figures = "), std::string::npos) << cli.out;
+  EXPECT_NE(cli.out.find("ecran.tooltip = \" 150 ms Trace= 3\"\n"), std::string::npos) << cli.out;
+  EXPECT_NE(cli.out.find("SSTab1 = 2\n"), std::string::npos) << cli.out;
+  EXPECT_FALSE(fs::exists(dir.path / "work" / "tmp.bat"));
 }
 
 // The bundled sample records through their importers, on both fronts.

@@ -270,8 +270,11 @@ int Copy(const std::vector<std::string>& words) {
     return 1;
   }
   std::vector<std::string> files;
-  for (const auto& s : sources) {
+  for (size_t k = 0; k < sources.size(); ++k) {
+    const std::string& s = sources[k];
     const auto found = Expand(s);
+    // "copy /b all + part all": a first join finds no "all" yet and makes it.
+    if (found.empty() && k == 0 && sources.size() > 1 && !HasWildcards(s) && s == destination) continue;
     if (found.empty()) {
       Say("copy: " + s + ": The system cannot find the file specified.");
       return 1;

@@ -190,7 +190,8 @@ Layout ReadLayout(const Params& params, int fd, const std::string& tape, const u
     uint8_t header[kTraceHeaderBytes];
     if (pread(fd, header, sizeof header, layout.firstTrace) == ssize_t(sizeof header)) layout.ns = Get16(header + 114, big);
   }
-  if (const auto ns = params.IntIfGiven("ns")) layout.ns = *ns;
+  // ns=0 (a probe that found no count) leaves the count to the headers.
+  if (const auto ns = params.IntIfGiven("ns"); ns && *ns > 0) layout.ns = *ns;
   if (layout.ns <= 0) {
     throw ToolError(tape + ": no samples per trace in the binary header nor in the first trace header; give ns=");
   }
