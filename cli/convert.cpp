@@ -343,6 +343,8 @@ std::string ConvertGroup(const Route& route, Group& group, ProgressLine& progres
   for (const std::string& message : messages) {
     if (message.find(route.doneMessage) != std::string::npos) {
       done = true;
+    } else if (!route.question.empty() && message.starts_with(route.question)) {
+      continue;
     } else {
       cleanUp();
       return "the conversion stopped: \"" + message + "\"";

@@ -74,6 +74,9 @@ struct Route {
   // Several files made at once (one for each channel): the output is a
   // prefix and these are the endings, worked out by the probe.
   std::vector<std::string> (*outputEndings)(const Plan& plan, const Job& job) = nullptr;
+  // The start of a question the panel asks on its way (answered by the
+  // route): not a sign of failure.
+  std::string_view question = {};
 };
 
 std::span<const Route> Routes();

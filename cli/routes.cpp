@@ -74,18 +74,18 @@ void Show(Plan& plan, PanelRun& run, std::string_view panel, std::span<const Rou
 // The count of a record that the header or the options must give.
 bool Positive(Plan& plan, const std::string& file, double value, std::string_view what, std::string_view option) {
   if (value >= 1) return true;
-  plan.problems.push_back(file + ": " + std::string(what) + " read as " + NumberText(value) +
+  plan.problems.push_back(file + ": " + std::string(what) + " read as " + PlainDigits(value) +
                           "; give --" + std::string(option));
   return false;
 }
 
 void AtMost(Plan& plan, const std::string& file, double value, double limit, std::string_view what) {
   if (value <= limit) return;
-  plan.problems.push_back(file + ": " + NumberText(value) + " " + std::string(what) + ", the panel takes at most " +
+  plan.problems.push_back(file + ": " + PlainDigits(value) + " " + std::string(what) + ", the panel takes at most " +
                           Grouped(static_cast<int64_t>(limit)));
 }
 
-// "REC3.DAT: 4096 bytes, a record of 24 channels x 1000 samples needs at
+// "REC3.DAT: 4096 bytes, a record of 24 channels × 1000 samples needs at
 // least 48,000".
 void NeedBytes(Plan& plan, const Job& job, int64_t need, const std::string& record) {
   for (size_t k = 0; k < job.inputs.size(); ++k) {
@@ -129,7 +129,7 @@ Plan AbemProbe(PanelRun& run, const Job& job) {
   plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
   plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
   NeedBytes(plan, job, 2048 + 2 * static_cast<int64_t>(channels) * plan.samples,
-            "a record of " + NumberText(channels) + " channels x " + NumberText(samples) + " samples needs");
+            "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples needs");
   return plan;
 }
 
@@ -166,7 +166,7 @@ Plan Es1225Probe(PanelRun& run, const Job& job) {
     plan.interval = ms;
   }
   Show(plan, run, "es1225", kEs1225Options);
-  plan.numbers.emplace_back("length", NumberText(plan.interval) + " ms");
+  plan.numbers.emplace_back("length", PlainDigits(plan.interval) + " ms");
   const double channels = Number(run, "es1225", "Text3");
   const double samples = Number(run, "es1225", "Text4");
   if (!Positive(plan, job.inputs[0], samples, "samples", "samples")) return plan;
@@ -178,7 +178,7 @@ Plan Es1225Probe(PanelRun& run, const Job& job) {
   // the header left in front of them is.
   const int64_t need = kEs1225SmallestDataStart + 1 + static_cast<int64_t>(channels) * Es1225BlockSize(plan.samples);
   NeedBytes(plan, job, need,
-            "a record of " + NumberText(channels) + " channels x " + NumberText(samples) + " samples needs");
+            "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples needs");
   return plan;
 }
 
@@ -225,7 +225,7 @@ Plan OyoProbe(PanelRun& run, const Job& job) {
   plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
   plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
   NeedBytes(plan, job, kOyoDataStart + static_cast<int64_t>(channels) * plan.samples * bytes,
-            "a record of " + NumberText(channels) + " channels x " + NumberText(samples) + " samples needs");
+            "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples needs");
   return plan;
 }
 
@@ -285,8 +285,8 @@ Plan GenericSelect(PanelRun& run, const Job& job, const std::vector<std::pair<st
   plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
   const auto need = static_cast<int64_t>(header + channels * (traceHeader + samples * bytes));
   NeedBytes(plan, job, need,
-            "a record of " + NumberText(header) + " header bytes and " + NumberText(channels) + " traces of " +
-                NumberText(traceHeader) + " + " + NumberText(samples) + " x " + std::to_string(bytes) +
+            "a record of " + PlainDigits(header) + " header bytes and " + PlainDigits(channels) + " traces of " +
+                PlainDigits(traceHeader) + " + " + PlainDigits(samples) + " × " + std::to_string(bytes) +
                 " bytes needs");
   return plan;
 }
@@ -363,7 +363,7 @@ Plan RamacProbe(PanelRun& run, const Job& job) {
     return plan;
   }
   if (RoundHalfEven(plan.interval * 1000) < 1 || plan.interval * 1000 > 32767) {
-    plan.problems.push_back(input + ": sampling interval read as " + NumberText(plan.interval) +
+    plan.problems.push_back(input + ": sampling interval read as " + PlainDigits(plan.interval) +
                             " ns, 0.001 to 32.767 expected; give --interval");
     return plan;
   }
@@ -375,7 +375,7 @@ Plan RamacProbe(PanelRun& run, const Job& job) {
   plan.samples = static_cast<int32_t>(samples - timeZero);
   plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
   NeedBytes(plan, job, static_cast<int64_t>(traces * samples * 2),
-            "a profile of " + NumberText(traces) + " traces x " + NumberText(samples) + " samples needs");
+            "a profile of " + PlainDigits(traces) + " traces × " + PlainDigits(samples) + " samples needs");
   return plan;
 }
 
@@ -400,7 +400,7 @@ Plan SuProbe(const Job& job, SharedState& state) {
   }
   const int64_t traceSize = 240 + 4 * int64_t{ns};
   if (size < 240 || ns <= 0 || size % traceSize != 0) {
-    plan.problems.push_back(input + ": " + Grouped(size) + " bytes, an SU file of traces of 240 + 4 x " +
+    plan.problems.push_back(input + ": " + Grouped(size) + " bytes, an SU file of traces of 240 + 4 × " +
                             std::to_string(ns) + " bytes (ns of the first header) expected");
     return plan;
   }
@@ -513,9 +513,10 @@ const Route kRoutes[] = {
     {"ramac", "a RAMAC radar profile (.rd3 with its .rad) to SU", "Radar_F", kRamacOptions, 1, RamacProbe,
      RamacConvert, "OK Conversion done"},
     {"su2ascii", "an SU file to one text file of columns, a trace a column", "MainPanel", kSu2AsciiOptions, 1,
-     Su2AsciiProbe, Su2AsciiConvert, " has been recorded"},
+     Su2AsciiProbe, Su2AsciiConvert, " has been recorded", nullptr, "This module allow you to export"},
     {"su2ascii-channels", "an SU file to one text file for each channel (OUTPUT01, OUTPUT02, ...)", "MainPanel",
-     kChannelOptions, 1, ChannelsProbe, ChannelsConvert, "Conversion OK", ChannelEndings},
+     kChannelOptions, 1, ChannelsProbe, ChannelsConvert, "Conversion OK", ChannelEndings,
+     " This module writes one file per channel"},
 };
 
 }  // namespace
