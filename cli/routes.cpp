@@ -14,6 +14,7 @@
 #include "core/su_trace.h"
 #include "panels/session.h"
 #include "importers/radar/ramac_format.h"
+#include "importers/seismograph/abem_format.h"
 #include "importers/seismograph/es1225_format.h"
 #include "importers/seismograph/oyo_format.h"
 #include "utilities/su_ascii.h"
@@ -128,8 +129,23 @@ Plan AbemProbe(PanelRun& run, const Job& job) {
   plan.samples = static_cast<int32_t>(samples);
   plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
   plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
-  NeedBytes(plan, job, 2048 + 2 * static_cast<int64_t>(channels) * plan.samples,
-            "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples needs");
+  const std::string record = "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples";
+  NeedBytes(plan, job, kAbemDataStart + 2 * static_cast<int64_t>(channels) * plan.samples, record + " needs");
+  // The traces lie one behind the other: a record of another length holds
+  // another number of samples, and would be read at the wrong places.
+  for (size_t k = 0; k < job.inputs.size(); ++k) {
+    int32_t own = 0;
+    try {
+      own = AbemSamplesPerTrace(job.sizes[k], static_cast<int16_t>(channels));
+    } catch (const std::exception&) {
+      own = INT32_MAX;
+    }
+    if (own > plan.samples) {
+      plan.problems.push_back(job.inputs[k] + ": " + Grouped(job.sizes[k]) + " bytes, " + PlainDigits(own) +
+                              " samples a trace where the others have " + PlainDigits(samples) +
+                              "; convert it on its own");
+    }
+  }
   return plan;
 }
 
@@ -474,7 +490,8 @@ Plan ChannelsProbe(PanelRun& run, const Job& job) {
   plan.numbers.emplace_back("last", std::to_string(range.last));
   if (std::max<int64_t>(range.first, 1) > std::min<int64_t>(range.last, plan.traces)) {
     plan.problems.push_back(job.inputs[0] + ": no channel from " + std::to_string(range.first) + " to " +
-                            std::to_string(range.last) + " among its " + std::to_string(plan.traces) + " traces");
+                            std::to_string(range.last) + " among its " + std::to_string(plan.traces) +
+                            " traces; give --first and --last");
   }
   return plan;
 }

@@ -302,6 +302,13 @@ TEST(ConvertSafety, RefusedInputsAndOutputsLeaveTheOutputAsItWas) {
             std::string::npos)
       << r.err;
   EXPECT_EQ(test::ReadText(dir / "keep.su"), "keep me");
+  // A longer one holds more samples a trace: its traces would be misplaced.
+  third.resize(2048 + 4 * 10 * 2);
+  test::WriteBytes(abem[2], third);
+  r = Convert(Concat({"abem", "--force", "-o", dir / "keep.su"}, abem));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("S3.ABM: 2,128 bytes, 10 samples a trace where the others have 8"), std::string::npos) << r.err;
+  EXPECT_EQ(test::ReadText(dir / "keep.su"), "keep me");
 
   // A folder and an input that is also the output.
   r = Convert({"abem", dir.Str(), "-o", dir / "x.su"});
@@ -310,6 +317,84 @@ TEST(ConvertSafety, RefusedInputsAndOutputsLeaveTheOutputAsItWas) {
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find("is an input too"), std::string::npos) << r.err;
   ExpectOnly(dir, {"S1.ABM", "S2.ABM", "S3.ABM", "old.su", "keep.su"});
+}
+
+// Inputs of each route that convert, and the options they need.
+struct RouteCase {
+  std::string route;
+  std::vector<std::string> inputs;
+  std::vector<std::string> options;
+};
+
+std::vector<RouteCase> EveryRoute(const TempDir& dir) {
+  std::vector<RouteCase> cases;
+  cases.push_back({"abem", WriteAbem(dir, 2), {}});
+  for (int k = 1; k <= 2; ++k) test::WriteBytes(dir / ("E" + std::to_string(k) + ".DAT"), BuildEs1225Record(Traces16(12, 50, k), 100));
+  cases.push_back({"es1225", {dir / "E1.DAT", dir / "E2.DAT"}, {"--samples", "50"}});
+  OyoRecordContent oyo;
+  oyo.channels = "2";
+  oyo.samples = "30";
+  oyo.traces = {std::vector<int32_t>(30, 7), std::vector<int32_t>(30, -7)};
+  test::WriteBytes(dir / "O.ORG", BuildOyoRecord(oyo));
+  cases.push_back({"oyo", {dir / "O.ORG"}, {}});
+  test::WriteBytes(dir / "G.BIN", std::vector<uint8_t>(100 + 2 * 20 * 4, 3));
+  cases.push_back({"generic", {dir / "G.BIN"}, {"--channels", "2", "--samples", "20", "--header", "100"}});
+  test::WriteBytes(dir / "M.DAT", BuildMcSeis3Record(50, Traces16(3, 445, 1)));
+  cases.push_back({"mcseis3", {dir / "M.DAT"}, {"--header", "64"}});
+  test::WriteBytes(dir / "P.rd3", std::vector<uint8_t>(4 * 32 * 2, 1));
+  test::WriteText(dir / "P.rad", "SAMPLES:32\r\nLAST TRACE:4\r\nTIME INTERVAL:0.25\r\n");
+  cases.push_back({"ramac", {dir / "P.rd3"}, {}});
+  WriteSu(dir / "S.su", 3, 10);
+  cases.push_back({"su2ascii", {dir / "S.su"}, {}});
+  cases.push_back({"su2ascii-channels", {dir / "S.su"}, {"--last", "3"}});
+  return cases;
+}
+
+TEST(ConvertSafety, EveryRouteChecksItsInputsAndKeepsItsOutput) {
+  TempDir dir;
+  const std::vector<RouteCase> cases = EveryRoute(dir);
+  ASSERT_EQ(cases.size(), cli::Routes().size());
+  for (const RouteCase& c : cases) {
+    SCOPED_TRACE(c.route);
+    const std::string out = dir / ("out-" + c.route);
+    const auto args = [&](std::vector<std::string> inputs, std::vector<std::string> more) {
+      std::vector<std::string> all = Concat(Concat({c.route}, c.options), inputs);
+      return Concat(Concat(all, {"-o", out}), more);
+    };
+    // A dry run writes nothing; a missing input is named.
+    Result r = Convert(args(c.inputs, {"--dry-run"}));
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("Nothing written (dry run)."), std::string::npos) << r.out;
+    r = Convert(args({dir / "GONE"}, {}));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find(dir / "GONE: no such file"), std::string::npos) << r.err;
+
+    // The output exists: refused without --force, left as it was.
+    const std::string first = c.route == "su2ascii-channels" ? out + "01" : out;
+    test::WriteText(first, "mine");
+    r = Convert(args(c.inputs, {}));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find(first + ": exists already"), std::string::npos) << r.err;
+    EXPECT_EQ(test::ReadText(first), "mine");
+
+    // A record cut short: named, the output still as it was.
+    const std::string last = c.inputs.back();
+    const std::vector<uint8_t> whole = ReadBytes(last);
+    test::WriteBytes(last, std::vector<uint8_t>(whole.begin(), whole.end() - 60));
+    r = Convert(args(c.inputs, {"--force"}));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find(last + ": "), std::string::npos) << r.err;
+    EXPECT_EQ(test::ReadText(first), "mine");
+    test::WriteBytes(last, whole);
+
+    // With --force and good inputs, replaced whole.
+    r = Convert(args(c.inputs, {"--force"}));
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(test::ReadText(first), "mine");
+  }
+  for (const auto& entry : fs::directory_iterator(dir.Path())) {
+    EXPECT_EQ(entry.path().filename().string().find(".vexmor-convert"), std::string::npos);
+  }
 }
 
 TEST(ConvertSafety, AFailureInTheMiddleLeavesTheOutputAsItWas) {
