@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <csignal>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -307,6 +309,49 @@ std::string FolderOf(const std::string& path) {
   return parent.empty() ? std::string(".") : parent.string();
 }
 
+// The work folder of the conversion under way, emptied by an interrupt so
+// that Ctrl-C in a loop leaves nothing behind. Only calls that are safe in
+// a signal handler: fixed buffers, unlink, rmdir.
+char g_stage[4096];
+constexpr const char* kStagedNames[] = {"out.su", "data.su", "data.txt"};
+
+extern "C" void RemoveStageAndStop(int signal) {
+  if (g_stage[0] != '\0') {
+    char path[4200];
+    for (const char* name : kStagedNames) {
+      size_t n = 0;
+      for (const char* p = g_stage; *p && n < sizeof path - 64; ++p) path[n++] = *p;
+      path[n++] = '/';
+      for (const char* p = name; *p; ++p) path[n++] = *p;
+      path[n] = '\0';
+      unlink(path);
+    }
+    rmdir(g_stage);
+  }
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+}
+
+class StageGuard {
+ public:
+  explicit StageGuard(const std::string& stage) {
+    if (stage.size() >= sizeof g_stage) return;
+    std::copy(stage.begin(), stage.end(), g_stage);
+    g_stage[stage.size()] = '\0';
+    std::signal(SIGINT, RemoveStageAndStop);
+    std::signal(SIGTERM, RemoveStageAndStop);
+    std::signal(SIGHUP, RemoveStageAndStop);
+  }
+  ~StageGuard() {
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGHUP, SIG_DFL);
+    g_stage[0] = '\0';
+  }
+  StageGuard(const StageGuard&) = delete;
+  StageGuard& operator=(const StageGuard&) = delete;
+};
+
 // Runs the conversion of one group into a folder of its own beside the
 // output, then moves what it made into place. Gives why it failed, or
 // nothing.
@@ -316,6 +361,7 @@ std::string ConvertGroup(const Route& route, Group& group, ProgressLine& progres
     return "cannot make a work folder beside it (" + std::string(std::strerror(errno)) + ")";
   }
   const std::string stage = pattern;
+  StageGuard guard(stage);
   const auto cleanUp = [&stage] {
     std::error_code ec;
     fs::remove_all(stage, ec);
