@@ -644,6 +644,18 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
     problems.insert(problems.end(), group.plan.problems.begin(), group.plan.problems.end());
   }
 
+  // Two inputs of one name in different folders would make one output.
+  std::map<std::string, const Group*> makers;
+  for (const Group& group : groups) {
+    for (const std::string& file : group.finals) {
+      const auto [at, fresh] = makers.emplace(file, &group);
+      if (!fresh) {
+        problems.push_back(file + ": made from both " + at->second->inputs.front() + " and " + group.inputs.front() +
+                           "; convert them into different folders");
+      }
+    }
+  }
+
   if (dryRun && printScript) {
     for (const Group& group : groups) out << group.run->Script();
   }

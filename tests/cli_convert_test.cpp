@@ -457,6 +457,15 @@ TEST(ConvertSafety, ManyInputsFromAListOneOutputEach) {
   r = Convert({"abem", "--from-list", dir / "list.txt", "--output-dir", dir / "out"});
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(std::distance(fs::directory_iterator(dir / "out"), fs::directory_iterator()), 120);
+  // Two records of one name would make one output: refused before any is written.
+  fs::create_directory(dir / "b");
+  fs::copy_file(abem[0], dir / "b/S1.ABM");
+  fs::create_directory(dir / "out2");
+  r = Convert({"abem", abem[0], abem[1], dir / "b/S1.ABM", "--output-dir", dir / "out2"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("S1.su: made from both"), std::string::npos) << r.err;
+  EXPECT_TRUE(fs::is_empty(dir / "out2"));
+
   // Each is the one-record conversion of its input.
   r = Convert({"abem", abem[41], "-o", dir / "one.su"});
   ASSERT_EQ(r.status, 0) << r.err;
