@@ -187,7 +187,7 @@ void PrintRouteHelp(const Route& route, std::ostream& out) {
     out << "\nOptions of this route (what the header gives is read first; an option\n"
            "overrides it, as a correction typed into the panel):\n";
     for (const RouteOption& option : route.options) {
-      std::string left = "  --" + std::string(option.name) + " VALUE";
+      std::string left = "  --" + std::string(option.name) + (option.flag ? "" : " VALUE");
       if (left.size() < 24) left.resize(24, ' ');
       else left += ' ';
       out << left << option.help << " [" << option.fallback << "]\n";
@@ -547,6 +547,11 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
       if (arg == "--" + std::string(o.name)) option = &o;
     }
     if (option == nullptr) return usage("unknown option " + arg);
+    if (option->flag) {
+      if (hasValue) return usage(arg + " takes no value");
+      values[std::string(option->name)] = "1";
+      continue;
+    }
     if (!take(values[std::string(option->name)])) return usage(arg + " needs a value");
   }
   if (inputs.empty()) return usage("no input given");
@@ -685,6 +690,7 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
     group.written = group.failure.empty();
     if (printScript) out << group.run->Script();
     group.run.reset();
+    if (group.written && route.afterWritten) route.afterWritten(group.job);
     if (!group.written) {
       ++failed;
       err << kProgram << ": " << group.output << ": not written: " << group.failure << '\n';

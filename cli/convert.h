@@ -32,6 +32,7 @@ struct RouteOption {
   std::string_view control;   // text control it sets, or empty
   std::string_view help;
   std::string_view fallback;  // what stands when it is not given
+  bool flag = false;          // takes no value: given means "1"
 };
 
 // What one conversion is handed.
@@ -77,6 +78,8 @@ struct Route {
   // The start of a question the panel asks on its way (answered by the
   // route): not a sign of failure.
   std::string_view question = {};
+  // Run once every output is in place (deleting the inputs when asked).
+  void (*afterWritten)(const Job& job) = nullptr;
 };
 
 std::span<const Route> Routes();
