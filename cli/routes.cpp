@@ -1,0 +1,550 @@
+// The routes of `vexmor-cli convert`, one entry each: the panel, its
+// options with the panel's defaults, the panel-script steps that select the
+// inputs and type the options in, and the checks of the inputs against the
+// numbers the panel then holds.
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <set>
+
+#include "convert.h"
+#include "core/binary_file.h"
+#include "core/numbers.h"
+#include "core/shared_state.h"
+#include "core/su_trace.h"
+#include "panels/session.h"
+#include "importers/radar/ramac_format.h"
+#include "importers/seismograph/abem_format.h"
+#include "importers/seismograph/es1225_format.h"
+#include "importers/seismograph/oyo_format.h"
+#include "utilities/su_ascii.h"
+
+namespace fs = std::filesystem;
+
+namespace vexmor::cli {
+
+namespace {
+
+// ------------------------------------------------------------ shared steps
+
+double Number(PanelRun& run, std::string_view panel, std::string_view control) {
+  return LeadingNumber(run.Text(panel, control));
+}
+
+// The file dialog's answer for these inputs, as a user's selection gives it:
+// one file as its path, several as their folder and their names. Inputs of
+// several folders are named from the folder they share.
+std::string SelectionAnswer(const Job& job, bool plainPathForOne) {
+  if (job.inputs.size() == 1 && plainPathForOne) return job.inputs[0];
+  fs::path common = fs::path(job.inputs[0]).parent_path();
+  const auto under = [](const fs::path& path, const fs::path& folder) {
+    const std::string f = folder.string();
+    const std::string p = path.string();
+    return p.size() > f.size() && p.compare(0, f.size(), f) == 0 && (f.back() == '/' || p[f.size()] == '/');
+  };
+  for (const std::string& input : job.inputs) {
+    while (!under(input, common) && common.has_parent_path() && common != common.parent_path()) {
+      common = common.parent_path();
+    }
+  }
+  std::string answer = common.string();
+  for (const std::string& input : job.inputs) answer += " " + fs::path(input).lexically_relative(common).string();
+  return answer;
+}
+
+void OpenFromMain(PanelRun& run, std::string_view option, std::string_view panel) {
+  run.Do({"open", "MainPanel"});
+  run.Do({"click", std::string(option)});
+  run.Do({"use", std::string(panel)});
+}
+
+// Types each option given into its control, as a user corrects a field.
+void TypeOptions(PanelRun& run, std::span<const RouteOption> options, const Job& job) {
+  for (const RouteOption& option : options) {
+    if (option.control.empty()) continue;
+    if (const std::string* value = job.Value(option.name)) run.Do({"set", std::string(option.control), *value});
+  }
+}
+
+void Show(Plan& plan, PanelRun& run, std::string_view panel, std::span<const RouteOption> options) {
+  for (const RouteOption& option : options) {
+    if (!option.control.empty()) plan.numbers.emplace_back(option.name, run.Text(panel, option.control));
+  }
+}
+
+// The count of a record that the header or the options must give.
+bool Positive(Plan& plan, const std::string& file, double value, std::string_view what, std::string_view option) {
+  if (value >= 1) return true;
+  plan.problems.push_back(file + ": " + std::string(what) + " read as " + PlainDigits(value) +
+                          "; give --" + std::string(option));
+  return false;
+}
+
+void AtMost(Plan& plan, const std::string& file, double value, double limit, std::string_view what) {
+  if (value <= limit) return;
+  plan.problems.push_back(file + ": " + PlainDigits(value) + " " + std::string(what) + ", the panel takes at most " +
+                          Grouped(static_cast<int64_t>(limit)));
+}
+
+// "REC3.DAT: 4096 bytes, a record of 24 channels × 1000 samples needs at
+// least 48,000".
+void NeedBytes(Plan& plan, const Job& job, int64_t need, const std::string& record) {
+  for (size_t k = 0; k < job.inputs.size(); ++k) {
+    if (job.sizes[k] >= need) continue;
+    plan.problems.push_back(job.inputs[k] + ": " + Grouped(job.sizes[k]) + " bytes, " + record + " at least " +
+                            Grouped(need));
+  }
+}
+
+void SetOutput(PanelRun& run, std::string_view control, const std::string& staged) {
+  run.Do({"set", std::string(control), staged});
+}
+
+std::string Staged(const std::string& stage, const std::string& name) { return (fs::path(stage) / name).string(); }
+
+// ------------------------------------------------------------ abem
+
+constexpr RouteOption kAbemOptions[] = {
+    {"channels", "Text3", "channels per record", "line 113 of the header"},
+    {"samples", "Text4", "samples per trace", "(file size - 2048) / channels / 2"},
+    {"interval", "Text5", "sample interval, microseconds", "line 7 of the header; 100 when it reads 0"},
+};
+
+Plan AbemProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option5", "abem");
+  run.Do({"answer", "dialog", SelectionAnswer(job, true)});
+  run.Do({"click", "Command4"});
+  TypeOptions(run, kAbemOptions, job);
+  Plan plan;
+  Show(plan, run, "abem", kAbemOptions);
+  const double channels = Number(run, "abem", "Text3");
+  const double samples = Number(run, "abem", "Text4");
+  plan.interval = Number(run, "abem", "Text5");
+  const std::string& probe = job.inputs.size() > 1 ? job.inputs[1] : job.inputs[0];
+  if (!Positive(plan, probe, channels, "channels", "channels") || !Positive(plan, probe, samples, "samples", "samples")) {
+    return plan;
+  }
+  AtMost(plan, probe, samples, 32767, "samples per trace");
+  AtMost(plan, probe, channels * static_cast<double>(job.inputs.size()), 32768, "traces in one output");
+  plan.samples = static_cast<int32_t>(samples);
+  plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  const std::string record = "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples";
+  NeedBytes(plan, job, kAbemDataStart + 2 * static_cast<int64_t>(channels) * plan.samples, record + " needs");
+  // The traces lie one behind the other: a record of another length holds
+  // another number of samples, and would be read at the wrong places.
+  for (size_t k = 0; k < job.inputs.size(); ++k) {
+    int32_t own = 0;
+    try {
+      own = AbemSamplesPerTrace(job.sizes[k], static_cast<int16_t>(channels));
+    } catch (const std::exception&) {
+      own = INT32_MAX;
+    }
+    if (own > plan.samples) {
+      plan.problems.push_back(job.inputs[k] + ": " + Grouped(job.sizes[k]) + " bytes, " + PlainDigits(own) +
+                              " samples a trace where the others have " + PlainDigits(samples) +
+                              "; convert it on its own");
+    }
+  }
+  return plan;
+}
+
+void AbemConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command1"});
+}
+
+// ------------------------------------------------------------ es1225
+
+constexpr RouteOption kEs1225Options[] = {
+    {"samples", "Text4", "samples per trace", "1000"},
+    {"length", "", "record length in ms: 25, 50, 100, 250, 500, 1000 or 2000; the interval in us follows", "250"},
+};
+
+constexpr int kEs1225Lengths[] = {25, 50, 100, 250, 500, 1000, 2000};
+
+Plan Es1225Probe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option4", "es1225");
+  run.Do({"answer", "dialog", SelectionAnswer(job, false)});
+  run.Do({"click", "Command3"});
+  TypeOptions(run, kEs1225Options, job);
+  Plan plan;
+  plan.interval = 250;
+  if (const std::string* length = job.Value("length")) {
+    const double ms = LeadingNumber(*length);
+    const auto* at = std::find(std::begin(kEs1225Lengths), std::end(kEs1225Lengths), ms);
+    if (at == std::end(kEs1225Lengths)) {
+      plan.problems.push_back("--length " + *length + ": not a record length of the instrument (25, 50, 100, 250, "
+                              "500, 1000 or 2000 ms)");
+      return plan;
+    }
+    run.Do({"choose", "Combo1", std::to_string(at - std::begin(kEs1225Lengths))});
+    plan.interval = ms;
+  }
+  Show(plan, run, "es1225", kEs1225Options);
+  plan.numbers.emplace_back("length", PlainDigits(plan.interval) + " ms");
+  const double channels = Number(run, "es1225", "Text3");
+  const double samples = Number(run, "es1225", "Text4");
+  if (!Positive(plan, job.inputs[0], samples, "samples", "samples")) return plan;
+  AtMost(plan, job.inputs[0], samples, 32767, "samples per trace");
+  plan.samples = static_cast<int32_t>(samples);
+  plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  // The traces are counted back from the end: a file is long enough when
+  // the header left in front of them is.
+  const int64_t need = kEs1225SmallestDataStart + 1 + static_cast<int64_t>(channels) * Es1225BlockSize(plan.samples);
+  NeedBytes(plan, job, need,
+            "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples needs");
+  return plan;
+}
+
+// ------------------------------------------------------------ oyo
+
+constexpr RouteOption kOyoOptions[] = {
+    {"channels", "", "channels per record (the panel's question)", "the record's text block"},
+    {"samples", "Text4", "samples per trace", "the record's text block"},
+    {"interval", "Text6", "sample interval, milliseconds", "the record's text block"},
+    {"type", "", "sample type: int16 or int32", "int32"},
+};
+
+Plan OyoProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option10", "oyo");
+  if (const std::string* channels = job.Value("channels")) run.Do({"answer", "prompt", *channels});
+  run.Do({"answer", "dialog", SelectionAnswer(job, false)});
+  run.Do({"click", "Command3"});
+  TypeOptions(run, kOyoOptions, job);
+  Plan plan;
+  int bytes = 4;
+  if (const std::string* type = job.Value("type")) {
+    if (*type == "int16") {
+      run.Do({"click", "sinteger"});
+      bytes = 2;
+    } else if (*type != "int32") {
+      plan.problems.push_back("--type " + *type + ": int16 or int32 expected");
+      return plan;
+    }
+  }
+  plan.numbers.emplace_back("channels", run.Text("oyo", "Text3"));
+  Show(plan, run, "oyo", kOyoOptions);
+  plan.numbers.emplace_back("type", bytes == 2 ? "int16" : "int32");
+  const double channels = Number(run, "oyo", "Text3");
+  const double samples = Number(run, "oyo", "Text4");
+  plan.interval = RoundHalfEven(Number(run, "oyo", "Text6") * 1000);
+  const std::string& probe = job.inputs[0];
+  if (!Positive(plan, probe, channels, "channels", "channels") || !Positive(plan, probe, samples, "samples", "samples") ||
+      !Positive(plan, probe, plan.interval, "sample interval (us)", "interval")) {
+    return plan;
+  }
+  AtMost(plan, probe, samples, 32767, "samples per trace");
+  AtMost(plan, probe, plan.interval, 32767, "microseconds of sample interval");
+  plan.samples = static_cast<int32_t>(samples);
+  plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  NeedBytes(plan, job, kOyoDataStart + static_cast<int64_t>(channels) * plan.samples * bytes,
+            "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples needs");
+  return plan;
+}
+
+void Es1225OyoConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command1"});
+}
+
+// ------------------------------------------------------------ generic
+
+constexpr RouteOption kGenericOptions[] = {
+    {"channels", "Text3", "traces per record", "24"},
+    {"samples", "Text4", "samples per trace", "1024"},
+    {"interval", "Text5", "sample interval, microseconds", "480"},
+    {"header", "Text7", "bytes of the file header ahead of the traces", "2048"},
+    {"trace-header", "Text8", "bytes ahead of every trace", "0"},
+    {"type", "", "sample type: int16, int32 or float32", "int32"},
+};
+
+// The generic conversion with the numbers in the panel's fields. `fixed`
+// holds numbers that another panel read, typed in before the options.
+Plan GenericSelect(PanelRun& run, const Job& job, const std::vector<std::pair<std::string, std::string>>& fixed,
+                   std::string_view defaultType) {
+  OpenFromMain(run, "Option7", "sisforme");
+  run.Do({"answer", "dialog", SelectionAnswer(job, true)});
+  run.Do({"click", "Command5"});
+  for (const auto& [control, value] : fixed) run.Do({"set", control, value});
+  TypeOptions(run, kGenericOptions, job);
+  Plan plan;
+  const std::string type = job.ValueOr("type", std::string(defaultType));
+  int bytes = 4;
+  if (type == "int16") {
+    run.Do({"click", "Option1"});
+    bytes = 2;
+  } else if (type == "float32") {
+    run.Do({"click", "Option3"});
+  } else if (type != "int32") {
+    plan.problems.push_back("--type " + type + ": int16, int32 or float32 expected");
+    return plan;
+  }
+  Show(plan, run, "sisforme", kGenericOptions);
+  plan.numbers.emplace_back("type", type);
+  const double channels = Number(run, "sisforme", "Text3");
+  const double samples = Number(run, "sisforme", "Text4");
+  const double header = Number(run, "sisforme", "Text7");
+  const double traceHeader = Number(run, "sisforme", "Text8");
+  plan.interval = Number(run, "sisforme", "Text5");
+  const std::string& first = job.inputs[0];
+  if (!Positive(plan, first, channels, "channels", "channels") || !Positive(plan, first, samples, "samples", "samples")) {
+    return plan;
+  }
+  AtMost(plan, first, samples, 32767, "samples per trace");
+  AtMost(plan, first, channels * static_cast<double>(job.inputs.size()), 32768, "traces in one output");
+  if (header < 0 || traceHeader < 0) plan.problems.push_back(first + ": a header size below 0");
+  plan.samples = static_cast<int32_t>(samples);
+  plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  const auto need = static_cast<int64_t>(header + channels * (traceHeader + samples * bytes));
+  NeedBytes(plan, job, need,
+            "a record of " + PlainDigits(header) + " header bytes and " + PlainDigits(channels) + " traces of " +
+                PlainDigits(traceHeader) + " + " + PlainDigits(samples) + " × " + std::to_string(bytes) +
+                " bytes needs");
+  return plan;
+}
+
+Plan GenericProbe(PanelRun& run, const Job& job) { return GenericSelect(run, job, {}, "int32"); }
+
+void GenericConvert(PanelRun& run, const Job&, const std::string& stage) {
+  run.Do({"use", "sisforme"});
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command1"});
+}
+
+// ------------------------------------------------------------ mcseis3
+
+constexpr RouteOption kMcSeis3Options[] = {
+    {"channels", "", "traces per record", "3"},
+    {"samples", "", "samples per trace", "445"},
+    {"interval", "", "sample interval, microseconds", "byte 40 of the record"},
+    {"header", "", "bytes of the file header ahead of the traces (the layout is not known: needed)", "none"},
+    {"trace-header", "", "bytes ahead of every trace", "0"},
+    {"type", "", "sample type: int16, int32 or float32", "int16"},
+};
+
+// The McSeis 3 panel reads the interval; the generic conversion does the
+// rest with its numbers.
+Plan McSeis3Probe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option10", "oyo");
+  run.Do({"click", "Command5"});
+  run.Do({"use", "HandyViewer"});
+  run.Do({"answer", "dialog", SelectionAnswer(job, true)});
+  run.Do({"click", "Command5"});
+  const std::vector<std::pair<std::string, std::string>> fixed = {
+      {"Text3", run.Text("HandyViewer", "Text3")},
+      {"Text4", run.Text("HandyViewer", "Text4")},
+      {"Text5", run.Text("HandyViewer", "Text5")},
+      {"Text8", "0"},
+  };
+  run.Do({"close", "HandyViewer"});
+  if (job.Value("header") == nullptr) {
+    Plan plan;
+    plan.problems.push_back(job.inputs[0] +
+                            ": the McSeis 3 layout past byte 40 is not known; give --header BYTES, the bytes "
+                            "ahead of the first trace");
+    return plan;
+  }
+  return GenericSelect(run, job, fixed, "int16");
+}
+
+// ------------------------------------------------------------ ramac
+
+constexpr RouteOption kRamacOptions[] = {
+    {"traces", "Text2", "traces of the profile", "LAST TRACE: of the .rad"},
+    {"samples", "Text6", "samples per trace", "SAMPLES: of the .rad"},
+    {"interval", "Text4", "sampling interval, nanoseconds", "TIME INTERVAL: of the .rad"},
+    {"spacing", "Text3", "distance between traces", "DISTANCE INTERVAL: of the .rad"},
+    {"time-zero", "Text8", "samples removed at the top of each trace", "0"},
+};
+
+Plan RamacProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option12", "Radar_F");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  TypeOptions(run, kRamacOptions, job);
+  Plan plan;
+  plan.intervalUnit = "ns";
+  Show(plan, run, "Radar_F", kRamacOptions);
+  const std::string& input = job.inputs[0];
+  const double traces = RoundHalfEven(Number(run, "Radar_F", "Text2"));
+  const double samples = Number(run, "Radar_F", "Text6");
+  const double timeZero = RoundHalfEven(Number(run, "Radar_F", "Text8"));
+  plan.interval = Number(run, "Radar_F", "Text4");
+  // Unknown timing would be asked for on screen: here it is an option.
+  if (!Positive(plan, input, traces, "traces", "traces") || !Positive(plan, input, samples, "samples", "samples")) {
+    return plan;
+  }
+  if (RoundHalfEven(plan.interval * 1000) < 1 || plan.interval * 1000 > 32767) {
+    plan.problems.push_back(input + ": sampling interval read as " + PlainDigits(plan.interval) +
+                            " ns, 0.001 to 32.767 expected; give --interval");
+    return plan;
+  }
+  if (const std::string limit = RamacLimitProblem(traces, samples, timeZero); !limit.empty()) {
+    plan.problems.push_back(input + ": " + limit);
+    return plan;
+  }
+  plan.traces = static_cast<int64_t>(traces);
+  plan.samples = static_cast<int32_t>(samples - timeZero);
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  NeedBytes(plan, job, static_cast<int64_t>(traces * samples * 2),
+            "a profile of " + PlainDigits(traces) + " traces × " + PlainDigits(samples) + " samples needs");
+  return plan;
+}
+
+void RamacConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text5", Staged(stage, "out.su"));
+  run.Do({"click", "Command1"});
+}
+
+// ------------------------------------------------------------ SU exports
+
+// An SU file the exports can read: a whole number of traces of the size
+// that the first ns gives.
+Plan SuProbe(const Job& job, SharedState& state) {
+  Plan plan;
+  const std::string& input = job.inputs[0];
+  const int64_t size = job.sizes[0];
+  int16_t ns = 0;
+  if (size >= 240) {
+    BinaryFile su(input, BinaryFile::Mode::Read);
+    ns = su.ReadI16(SuWordNamed("ns").offset);
+    state.SampleInterval = su.ReadI16(SuWordNamed("dt").offset);
+  }
+  const int64_t traceSize = 240 + 4 * int64_t{ns};
+  if (size < 240 || ns <= 0 || size % traceSize != 0) {
+    plan.problems.push_back(input + ": " + Grouped(size) + " bytes, an SU file of traces of 240 + 4 × " +
+                            std::to_string(ns) + " bytes (ns of the first header) expected");
+    return plan;
+  }
+  plan.samples = ns;
+  plan.traces = size / traceSize;
+  plan.interval = state.SampleInterval;
+  return plan;
+}
+
+// The export reads the file under a name of the output's making: a link in
+// the work folder, since the panel names its output after its input.
+std::string LinkInput(const Job& job, const std::string& stage) {
+  const std::string link = Staged(stage, "data.su");
+  fs::create_symlink(job.inputs[0], link);
+  return link;
+}
+
+constexpr RouteOption kSu2AsciiOptions[] = {
+    {"first", "", "first trace to export", "1"},
+    {"last", "", "last trace to export", "the last trace"},
+};
+
+Plan Su2AsciiProbe(PanelRun& run, const Job& job) {
+  run.Do({"open", "MainPanel"});
+  Plan plan = SuProbe(job, run.GetSession().State());
+  plan.numbers.emplace_back("first", job.ValueOr("first", "1"));
+  plan.numbers.emplace_back("last", job.ValueOr("last", std::to_string(plan.traces)));
+  return plan;
+}
+
+void Su2AsciiConvert(PanelRun& run, const Job& job, const std::string& stage) {
+  const std::string link = LinkInput(job, stage);
+  run.Do({"answer", "message", "6"});
+  run.Do({"answer", "dialog", link});
+  run.Do({"answer", "prompt", job.ValueOr("first", "1")});
+  if (const std::string* last = job.Value("last")) run.Do({"answer", "prompt", *last});
+  run.Do({"click", "Option24"});
+}
+
+constexpr RouteOption kChannelOptions[] = {
+    {"first", "", "first channel (trace) to write", "1"},
+    {"last", "", "last channel (trace) to write", "the channels of the first record"},
+};
+
+struct ChannelRange {
+  int64_t first = 1;
+  int64_t last = 0;
+};
+
+ChannelRange ChannelsAsked(const Plan& plan, const Job& job) {
+  ChannelRange range;
+  range.first = static_cast<int64_t>(RoundHalfEven(LeadingNumber(job.ValueOr("first", "1"))));
+  const auto& numbers = plan.numbers;
+  const auto channels = std::find_if(numbers.begin(), numbers.end(), [](const auto& n) { return n.first == "channels"; });
+  const std::string fallback = channels == numbers.end() ? "0" : channels->second;
+  range.last = static_cast<int64_t>(RoundHalfEven(LeadingNumber(job.ValueOr("last", fallback))));
+  return range;
+}
+
+Plan ChannelsProbe(PanelRun& run, const Job& job) {
+  run.Do({"open", "MainPanel"});
+  SharedState& state = run.GetSession().State();
+  Plan plan = SuProbe(job, state);
+  if (!plan.problems.empty()) return plan;
+  int32_t traces = 0;
+  int16_t channels = 0;
+  Calcul_Channel(job.inputs[0], traces, channels, state);
+  plan.numbers.emplace_back("channels", std::to_string(channels));
+  const ChannelRange range = ChannelsAsked(plan, job);
+  plan.numbers.emplace_back("first", std::to_string(range.first));
+  plan.numbers.emplace_back("last", std::to_string(range.last));
+  if (std::max<int64_t>(range.first, 1) > std::min<int64_t>(range.last, plan.traces)) {
+    plan.problems.push_back(job.inputs[0] + ": no channel from " + std::to_string(range.first) + " to " +
+                            std::to_string(range.last) + " among its " + std::to_string(plan.traces) +
+                            " traces; give --first and --last");
+  }
+  return plan;
+}
+
+// The endings the export gives: they count along the run, two digits.
+std::vector<std::string> ChannelEndings(const Plan& plan, const Job& job) {
+  const ChannelRange range = ChannelsAsked(plan, job);
+  std::set<std::string> endings;
+  for (int64_t c = std::max<int64_t>(range.first, 1); c <= std::min<int64_t>(range.last, plan.traces); ++c) {
+    const int two = static_cast<int>((c - range.first + 1) % 100);
+    endings.insert({static_cast<char>('0' + two / 10), static_cast<char>('0' + two % 10)});
+  }
+  return {endings.begin(), endings.end()};
+}
+
+void ChannelsConvert(PanelRun& run, const Job& job, const std::string& stage) {
+  const std::string link = LinkInput(job, stage);
+  run.Do({"answer", "message", "1"});
+  run.Do({"answer", "dialog", link});
+  run.Do({"answer", "prompt", job.ValueOr("first", "1")});
+  if (const std::string* last = job.Value("last")) run.Do({"answer", "prompt", *last});
+  run.Do({"click", "Option8"});
+}
+
+// ------------------------------------------------------------ the table
+
+const Route kRoutes[] = {
+    {"generic", "any binary record described by its numbers, to SU (\"Other files to Seismic Unix\")", "sisforme",
+     kGenericOptions, 99, GenericProbe, GenericConvert, "OK, Conversion done"},
+    {"abem", "ABEM Mark 3 records to SU", "abem", kAbemOptions, 99, AbemProbe, AbemConvert, "OK, Conversion done"},
+    {"es1225", "ES-1225 records to SU", "es1225", kEs1225Options, 99, Es1225Probe, Es1225OyoConvert,
+     "Conversion done"},
+    {"oyo", "OYO McSeis 170 records to SU", "oyo", kOyoOptions, 99, OyoProbe, Es1225OyoConvert, "Conversion done"},
+    {"mcseis3", "McSeis 3 records to SU: the interval from the record, the layout from the options", "sisforme",
+     kMcSeis3Options, 99, McSeis3Probe, GenericConvert, "OK, Conversion done"},
+    {"ramac", "a RAMAC radar profile (.rd3 with its .rad) to SU", "Radar_F", kRamacOptions, 1, RamacProbe,
+     RamacConvert, "OK Conversion done"},
+    {"su2ascii", "an SU file to one text file of columns, a trace a column", "MainPanel", kSu2AsciiOptions, 1,
+     Su2AsciiProbe, Su2AsciiConvert, " has been recorded", nullptr, "This module allow you to export"},
+    {"su2ascii-channels", "an SU file to one text file for each channel (OUTPUT01, OUTPUT02, ...)", "MainPanel",
+     kChannelOptions, 1, ChannelsProbe, ChannelsConvert, "Conversion OK", ChannelEndings,
+     " This module writes one file per channel"},
+};
+
+}  // namespace
+
+std::span<const Route> Routes() { return kRoutes; }
+
+const Route* FindRoute(std::string_view name) {
+  for (const Route& route : kRoutes) {
+    if (route.name == name) return &route;
+  }
+  return nullptr;
+}
+
+}  // namespace vexmor::cli
