@@ -12,6 +12,13 @@ constexpr LayoutHint kHints[] = {
     {"sisforme", "Grid1", "cell0twips", "5555"},
     // The output path with the button that chooses it.
     {"sisforme", "Command4", "beside", "Text2"},
+    // Radar panels: each path with the button that chooses it.
+    {"DT1", "Command1", "beside", "Text1"},
+    {"DT1", "Command2", "beside", "Text2"},
+    {"DZT_old", "Command1", "beside", "Text1"},
+    {"DZT_old", "Command2", "beside", "Text2"},
+    {"ASCII2SU", "Command1", "beside", "Text1"},
+    {"ASCII2SU", "Command2", "beside", "Text2"},
 };
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPixmap>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -389,6 +390,13 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
       return b.toolbar;
     }
     case ControlKind::FileDialog: return nullptr;
+    case ControlKind::Picture: {
+      // Pictures are resources of the program, named by the control's text.
+      auto* picture = new QLabel;
+      picture->setPixmap(QPixmap(":/pictures/" + Q(c.Text())));
+      picture->setAlignment(Qt::AlignCenter);
+      return picture;
+    }
   }
   return nullptr;
 }
