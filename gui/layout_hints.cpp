@@ -19,6 +19,14 @@ constexpr LayoutHint kHints[] = {
     {"DZT_old", "Command2", "beside", "Text2"},
     {"ASCII2SU", "Command1", "beside", "Text1"},
     {"ASCII2SU", "Command2", "beside", "Text2"},
+    {"DT1", "Text1", "minwidth", "360"},
+    {"DZT_old", "Text1", "minwidth", "360"},
+    {"ASCII2SU", "Text1", "minwidth", "360"},
+    // The guide's steps stand one under the other, below rtoaw's picture.
+    {"DZT2", "Command3", "row", "alone"},
+    {"DZT2", "Command3", "wrap", "70"},
+    {"DZT2", "Command1", "row", "alone"},
+    {"DZT2", "Command2", "row", "alone"},
 };
 
 }  // namespace
