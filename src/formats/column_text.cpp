@@ -1,5 +1,6 @@
 #include "formats/column_text.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -9,7 +10,12 @@ namespace {
 
 inline bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 inline bool IsLineEnd(char c) { return c == '\r' || c == '\n'; }
-inline bool IsSeparator(char c) { return c == ',' || IsBlank(c) || IsLineEnd(c); }
+constexpr auto kSeparators = [] {
+  std::array<bool, 256> table{};
+  for (const unsigned char c : {',', ' ', '\t', '\r', '\n'}) table[c] = true;
+  return table;
+}();
+inline bool IsSeparator(char c) { return kSeparators[static_cast<unsigned char>(c)]; }
 inline bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 
 // Parses the field that begins at p; on a number sets `value` and gives
@@ -20,8 +26,9 @@ inline bool ParseField(const char*& p, const char* end, float& value) {
   const bool negative = *p == '-';
   const char* q = p + ((*p == '-' || *p == '+') ? 1 : 0);
   const char* const digits = q;
+  const char* const limit = end - q > 18 ? q + 18 : end;
   int64_t whole = 0;
-  while (q < end && IsDigit(*q) && q - digits < 18) whole = whole * 10 + (*q++ - '0');
+  while (q < limit && IsDigit(*q)) whole = whole * 10 + (*q++ - '0');
   if (q > digits && (q == end || IsSeparator(*q))) {
     p = q;
     value = static_cast<float>(negative ? -whole : whole);

@@ -10,6 +10,7 @@
 
 #include "core/binary_file.h"
 #include "core/failure.h"
+#include "core/mapped_file.h"
 #include "core/numbers.h"
 #include "core/paths.h"
 #include "core/su_trace.h"
@@ -54,15 +55,12 @@ constexpr RadarLimits kLimits{32767, 8131, 8131, "Trace number", "Number of samp
 // gathered column by column while it is still in the cache.
 constexpr int32_t kBlockTraces = 64;
 
-// The whole text, read in one block; empty when it can't be read.
-std::string TextOf(const std::string& path) {
+// The values of the text; 0 when it can't be read.
+int64_t CountValuesOf(const std::string& path) {
   try {
-    BinaryFile file(ResolveExisting(path), BinaryFile::Mode::Read);
-    std::string text(static_cast<size_t>(file.Size()), '\0');
-    text.resize(file.Read(0, text.data(), text.size()));
-    return text;
-  } catch (const std::exception&) {
-    return {};
+    return CountColumnValues(MappedFile(path).Text());
+  } catch (const RunTimeFailure&) {
+    return 0;
   }
 }
 
@@ -98,7 +96,7 @@ void ASCII2SU::Command1_Click() {
   state.OutputFile = Text2.Text();
 
   // One less than the values, as the count has always been.
-  const double c = static_cast<double>(CountColumnValues(TextOf(state.InputFile))) - 1;
+  const double c = static_cast<double>(CountValuesOf(state.InputFile)) - 1;
   const auto s = AskNonZero(platform, "Enter the number of samples / trace", "512");
   if (!s) return;
   Text3.SetText(PlainDigits(*s));
@@ -186,7 +184,11 @@ void ASCII2SU::convert_ascii() {
     return refuse("Not enough memory for " + std::to_string(traces) + " traces of " + std::to_string(samples) +
                   " samples, nothing was converted");
   }
-  ReadColumnValues(TextOf(state.InputFile), std::span<float>(cells.get(), cellCount));
+  try {
+    ReadColumnValues(MappedFile(state.InputFile).Text(), std::span<float>(cells.get(), cellCount));
+  } catch (const RunTimeFailure&) {
+    // Unreadable: every sample stays 0.
+  }
 
   PlainTraceWords header;
   header.nhs = Check1.Value() ? 95 : 1;  // 95: the mark of a radar trace
