@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "formats/column_text.h"
+#include "platform/transcript.h"
 #include "radar_test_util.h"
 #include "tools_helpers.h"
 
@@ -134,6 +135,29 @@ TEST(ColumnText, ValuesOneAfterTheOtherWhateverTheLines) {
   EXPECT_EQ(CountColumnValues("1,,3"), 3);           // an empty field between commas is a value
   EXPECT_EQ(CountColumnValues("  7\t8   9 "), 3);
   EXPECT_EQ(CountColumnValues(""), 0);
+
+  // Random texts against the rules stated character by character: a value
+  // starts at a field character after a non-field one, or at a comma after
+  // a comma with only blanks between.
+  uint32_t seed = 7;
+  for (int round = 0; round < 3000; ++round) {
+    std::string text;
+    seed = seed * 1664525u + 1013904223u;
+    const size_t length = (seed >> 8) % 70;
+    for (size_t k = 0; k < length; ++k) {
+      seed = seed * 1664525u + 1013904223u;
+      text += "12,, \t\r\nx-"[(seed >> 10) % 11];
+    }
+    int64_t expected = 0;
+    bool prevField = false, lastComma = false;
+    for (const char c : text) {
+      const bool blank = c == ' ' || c == '\t', comma = c == ',', field = !blank && !comma && c != '\r' && c != '\n';
+      expected += (field && !prevField) + (comma && lastComma);
+      prevField = field;
+      lastComma = comma || (lastComma && blank);
+    }
+    ASSERT_EQ(CountColumnValues(text), expected) << Quote(text);
+  }
 
   std::vector<float> cells(9, -1.0f);
   EXPECT_EQ(ReadColumnValues("1.5e3,-0.25, +7\n abc,,3.4028236e38, 0.1,-12345678901,16777217", cells), 9);
