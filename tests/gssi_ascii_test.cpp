@@ -159,6 +159,19 @@ TEST(ColumnText, ValuesOneAfterTheOtherWhateverTheLines) {
     ASSERT_EQ(CountColumnValues(text), expected) << Quote(text);
   }
 
+  // Whole numbers of every length, as the fast path reads them.
+  std::string many;
+  std::vector<float> expectedValues;
+  for (int k = 0; k < 5000; ++k) {
+    seed = seed * 1664525u + 1013904223u;
+    const int64_t v = (static_cast<int64_t>(seed) - 2147483648LL) >> (seed % 31);
+    expectedValues.push_back(static_cast<float>(v));
+    many += std::to_string(v) + ",\n\r \t"[seed % 5];
+  }
+  std::vector<float> parsed(expectedValues.size());
+  ASSERT_EQ(ReadColumnValues(many, parsed), 5000);
+  EXPECT_EQ(parsed, expectedValues);
+
   std::vector<float> cells(9, -1.0f);
   EXPECT_EQ(ReadColumnValues("1.5e3,-0.25, +7\n abc,,3.4028236e38, 0.1,-12345678901,16777217", cells), 9);
   EXPECT_EQ(cells[0], 1500.0f);
