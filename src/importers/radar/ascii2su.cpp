@@ -54,6 +54,7 @@ constexpr RadarLimits kLimits{32767, 8131, 8131, "Trace number", "Number of samp
 // Traces written at a time: rows are read whole, each block of traces then
 // gathered column by column while it is still in the cache.
 constexpr int32_t kBlockTraces = 64;
+constexpr int32_t kTileSamples = 16;
 
 // The values of the text; 0 when it can't be read.
 int64_t CountValuesOf(const std::string& path) {
@@ -203,10 +204,15 @@ void ASCII2SU::convert_ascii() {
         header.trace = first + b + 1;
         FillPlainTraceHeader(record, header);
       }
-      for (int32_t k = 0; k < samples; ++k) {
-        const float* row = cells.get() + static_cast<size_t>(k) * traces + first;
+      // In tiles of 16 rows, so that reads and writes both stay in the cache.
+      for (int32_t k0 = 0; k0 < samples; k0 += kTileSamples) {
+        const int32_t k1 = std::min(samples, k0 + kTileSamples);
         for (int32_t b = 0; b < count; ++b) {
-          PutLEFloat(records.data() + recordSize * b + kSuHeaderBytes + 4 * static_cast<size_t>(k), row[b]);
+          uint8_t* out = records.data() + recordSize * b + kSuHeaderBytes;
+          const float* column = cells.get() + first + b;
+          for (int32_t k = k0; k < k1; ++k) {
+            PutLEFloat(out + 4 * static_cast<size_t>(k), column[static_cast<size_t>(k) * traces]);
+          }
         }
       }
       for (int32_t b = 0; b < count; ++b) {
