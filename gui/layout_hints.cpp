@@ -17,6 +17,21 @@ constexpr LayoutHint kHints[] = {
     {"DOLANG", "Command5", "beside", "Text5"},
     {"pasi", "Command4", "beside", "Text2"},
     {"Ambrogeo", "Command4", "beside", "Text2"},
+    // Radar panels: each path with the button that chooses it.
+    {"DT1", "Command1", "beside", "Text1"},
+    {"DT1", "Command2", "beside", "Text2"},
+    {"DZT_old", "Command1", "beside", "Text1"},
+    {"DZT_old", "Command2", "beside", "Text2"},
+    {"ASCII2SU", "Command1", "beside", "Text1"},
+    {"ASCII2SU", "Command2", "beside", "Text2"},
+    {"DT1", "Text1", "minwidth", "360"},
+    {"DZT_old", "Text1", "minwidth", "360"},
+    {"ASCII2SU", "Text1", "minwidth", "360"},
+    // The guide's steps stand one under the other, below rtoaw's picture.
+    {"DZT2", "Command3", "row", "alone"},
+    {"DZT2", "Command3", "wrap", "70"},
+    {"DZT2", "Command1", "row", "alone"},
+    {"DZT2", "Command2", "row", "alone"},
 };
 
 }  // namespace

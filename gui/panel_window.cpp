@@ -12,6 +12,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QPixmap>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -182,6 +183,20 @@ void TypeInto(QWidget* w, int key) {
 // A label that shows a value rather than names one.
 bool HasValueBesideCaption(const Control& c) {
   return c.Kind() == ControlKind::Label && !c.Caption().empty() && c.Text() != c.Caption();
+}
+
+// The text broken at blanks into lines of at most `width` characters.
+QString Wrapped(const QString& text, int width) {
+  if (width <= 0) return text;
+  QString out, line;
+  for (const QString& word : text.split(QChar(' '), Qt::SkipEmptyParts)) {
+    if (!line.isEmpty() && line.size() + 1 + word.size() > width) {
+      out += line + QChar('\n');
+      line.clear();
+    }
+    line += (line.isEmpty() ? QString() : QStringLiteral(" ")) + word;
+  }
+  return out + line;
 }
 
 // The captions of a tab control: its lines, or its caption split at '|'.
@@ -420,6 +435,14 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
       return b.toolbar;
     }
     case ControlKind::FileDialog: return nullptr;
+    case ControlKind::Picture: {
+      // Pictures are resources of the program, named by the control's text.
+      auto* picture = new QLabel;
+      picture->setPixmap(QPixmap(":/pictures/" + Q(c.Text())));
+      picture->setAlignment(Qt::AlignCenter);
+      picture->setFrameStyle(QFrame::Box | QFrame::Plain);  // a picture, not live controls
+      return picture;
+    }
   }
   return nullptr;
 }
@@ -449,6 +472,10 @@ void PanelWindow::Place(Bound& b, Container& into) {
   QWidget* w = b.widget;
   if (w == nullptr || placedBeside_.count(c.Name()) != 0) return;
   w->setObjectName(Q(c.Name()));
+  // Path fields get room for a whole path.
+  if (const auto width = FindLayoutHint(form_->Name(), c.Name(), "minwidth")) {
+    w->setMinimumWidth(QString::fromUtf8(width->data(), static_cast<qsizetype>(width->size())).toInt());
+  }
   switch (c.Kind()) {
     case ControlKind::Text:
     case ControlKind::Label:
@@ -472,7 +499,11 @@ void PanelWindow::Place(Bound& b, Container& into) {
       }
       return;
     case ControlKind::Button:
-      // Buttons stand in rows of three.
+      // Buttons stand in rows of three, but for one that a hint puts on a
+      // row of its own.
+      if (FindLayoutHint(form_->Name(), c.Name(), "row") == "alone" && into.buttons != nullptr) {
+        into.buttonCount = 3;
+      }
       if (into.buttons == nullptr || into.buttonCount == 3) {
         const bool continuing = into.buttons != nullptr;
         if (!continuing) into.EndRuns();
@@ -482,6 +513,7 @@ void PanelWindow::Place(Bound& b, Container& into) {
       }
       into.buttons->addWidget(w);
       if (c.Visible()) ++into.buttonCount;
+      if (FindLayoutHint(form_->Name(), c.Name(), "row") == "alone") into.buttonCount = 3;
       return;
     case ControlKind::Frame: {
       // Frames in a row stand side by side; a hint may stack one under another.
@@ -656,7 +688,15 @@ void PanelWindow::Refresh(Bound& b) {
       break;
     }
     case ControlKind::Label: static_cast<QLabel*>(w)->setText(Q(c.Text())); break;
-    case ControlKind::Button: static_cast<QPushButton*>(w)->setText(Q(c.Caption())); break;
+    case ControlKind::Button: {
+      // A long caption may be wrapped to lines of a hinted length.
+      QString caption = Q(c.Caption());
+      if (const auto wrap = FindLayoutHint(form_->Name(), c.Name(), "wrap")) {
+        caption = Wrapped(caption, QString::fromUtf8(wrap->data(), static_cast<qsizetype>(wrap->size())).toInt());
+      }
+      static_cast<QPushButton*>(w)->setText(caption);
+      break;
+    }
     case ControlKind::Option: {
       auto* radio = static_cast<QRadioButton*>(w);
       radio->setText(Q(c.Caption()));

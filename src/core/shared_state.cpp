@@ -17,6 +17,7 @@ bool ReadStateField(const SharedState& s, const std::string& name, StateField& o
       {"SampleInterval", number(&SharedState::SampleInterval)},
       {"NbTraces", number(&SharedState::NbTraces)},       {"NbChannels", number(&SharedState::NbChannels)},
       {"NbRecords", number(&SharedState::NbRecords)},     {"TracePos", number(&SharedState::TracePos)},
+      {"TraceTotal", number(&SharedState::TraceTotal)},
       {"ToolDir", text(&SharedState::ToolDir)},           {"FolderOf", text(&SharedState::FolderOf)},
       {"CommandPrefix", text(&SharedState::CommandPrefix)}, {"NewLine", text(&SharedState::NewLine)},
       {"ConvertMode", text(&SharedState::ConvertMode)},   {"EditorFile", text(&SharedState::EditorFile)},

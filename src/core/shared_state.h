@@ -15,6 +15,7 @@ struct SharedState {
   int16_t NbChannels = 0;
   int16_t NbRecords = 0;
   int32_t TracePos = 0;
+  int32_t TraceTotal = 0;     // traces of the ASCII import
   std::string ToolDir;        // with its closing separator
   std::string FolderOf;       // with its closing separator; may be empty
   std::string CommandPrefix;  // "command.com /c " or empty

@@ -69,4 +69,14 @@ void FindToolDir(SharedState& state, Platform& platform) {
   state.ToolDir = platform.ProgramFolder() + kSep;
 }
 
+std::string BareLfAsCr(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool bareLf = text[i] == '\n' && (i == 0 || text[i - 1] != '\r');
+    out += bareLf ? '\r' : text[i];
+  }
+  return out;
+}
+
 }  // namespace vexmor

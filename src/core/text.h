@@ -21,6 +21,9 @@ int KeyFilter(int& key, std::string_view allowed, bool allowBackspace, Platform&
 // character is passed over. No tag: a beep, and no value; no CR within the
 // window: no value.
 void ReadTaggedValue(std::string& text, std::string& tag, std::optional<double>& value, Platform& platform);
+// Header texts copied through other systems may end their lines in LF
+// alone; ReadTaggedValue stops at a CR, so each bare LF becomes one.
+std::string BareLfAsCr(std::string_view text);
 
 // Replaces every match, searching again from one character behind the start
 // of the last match, so that a match can form with the tail of what was put

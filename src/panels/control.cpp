@@ -24,6 +24,7 @@ std::string_view KindName(ControlKind kind) {
     case ControlKind::MenuEntry: return "menu entry";
     case ControlKind::Toolbar: return "tool bar";
     case ControlKind::FileDialog: return "file dialog";
+    case ControlKind::Picture: return "picture";
   }
   return "control";
 }
@@ -44,7 +45,8 @@ Control::Control(Form& form, const ControlDef& def)
   switch (kind_) {
     case ControlKind::Text:
     case ControlKind::RichText:
-    case ControlKind::Combo: text_ = def.initial; break;
+    case ControlKind::Combo:
+    case ControlKind::Picture: text_ = def.initial; break;
     case ControlKind::Label: text_ = def.initial.empty() ? def.caption : def.initial; break;
     default: text_ = def.caption; break;
   }

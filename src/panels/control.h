@@ -32,6 +32,7 @@ enum class ControlKind {
   MenuEntry,
   Toolbar,
   FileDialog,  // the common dialog; it only names the dialog of ChooseFile
+  Picture,     // a stored picture; its text names the picture
 };
 
 std::string_view KindName(ControlKind kind);

@@ -1,5 +1,9 @@
 #include "panels/registry.h"
 
+#include "importers/radar/ascii2su.h"
+#include "importers/radar/dt1.h"
+#include "importers/radar/dzt2.h"
+#include "importers/radar/dzt_old.h"
 #include "importers/radar/ramac.h"
 #include "importers/seismograph/abem.h"
 #include "importers/seismograph/ambrogeo.h"
@@ -31,10 +35,10 @@ constexpr PanelType kPanels[] = {
     {"pasi", MakePanel<Pasi>},
     {"Ambrogeo", MakePanel<Ambrogeo>},
     {"Radar_F", MakePanel<Radar_F>},
-    {"DT1", MakeEmptyPanel},
-    {"DZT_old", MakeEmptyPanel},
-    {"ASCII2SU", MakeEmptyPanel},
-    {"DZT2", MakeEmptyPanel},
+    {"DT1", MakePanel<DT1>},
+    {"DZT_old", MakePanel<DZT_old>},
+    {"ASCII2SU", MakePanel<ASCII2SU>},
+    {"DZT2", MakePanel<DZT2>},
     {"Convert", MakeEmptyPanel},
     {"SEGY", MakePanel<Segy>},
     {"SU2SGY", MakePanel<Su2Sgy>},

@@ -16,7 +16,8 @@ namespace vexmor {
 namespace {
 
 QString Shown(QWidget* w) {
-  if (auto* b = qobject_cast<QAbstractButton*>(w)) return b->text();
+  // A long caption may be wrapped at its blanks on screen.
+  if (auto* b = qobject_cast<QAbstractButton*>(w)) return b->text().replace(QChar('\n'), QChar(' '));
   if (auto* g = qobject_cast<QGroupBox*>(w)) return g->title();
   return {};
 }

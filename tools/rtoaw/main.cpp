@@ -10,6 +10,7 @@
 #include "core/failure.h"
 #include "dzt_format.h"
 #include "tool_desktop.h"
+#include "word_text.h"
 
 #ifdef VEXMOR_TOOL_WINDOW
 #include "rtoaw_window.h"
@@ -20,16 +21,18 @@ namespace {
 using namespace vexmor;
 
 const char* const kUsage =
-    "usage: rtoaw [-c N] [-r] FILE.DZT [FILE.TXT]   DZT radar scans to column text for the ASCII import\n"
+    "usage: rtoaw [-c N] [-r | -w] FILE.DZT [FILE.TXT]   DZT radar scans to column text for the ASCII import\n"
     "  FILE.TXT  the text to write (FILE.TXT beside the input when left out); a file of several\n"
     "            channels gives FILE_1.TXT, FILE_2.TXT ...\n"
     "  -c N      channel N only\n"
     "  -r        samples as stored: unsigned 8- and 16-bit values keep their zero at 128 or 32768\n"
+    "  -w        two samples to one word, as the direct DZT to SU conversion reads the file: a\n"
+    "            1024-byte header, then traces of half the samples per scan (ASCII import gives the same)\n"
     "  -h        this text\n"
     "The text has one row for each sample and one column for each scan, separated by commas.\n"
 #ifdef VEXMOR_TOOL_WINDOW
     "Started with no argument on a desktop, rtoaw opens its window.\n"
-    "  --screenshot FILE.png [FILE.DZT [FILE.TXT]]   draw the window to a picture and end; with a\n"
+    "  --screenshot FILE.png [-w] [FILE.DZT [FILE.TXT]]   draw the window to a picture and end; with a\n"
     "               text named, convert first and draw the final message to FILE-message.png\n"
 #endif
     ;
@@ -52,6 +55,7 @@ int main(int argc, char** argv) {
   DztToTextOptions options;
   std::vector<std::string> files;
   std::string screenshot;
+  bool words = false;
   for (int k = 1; k < argc; ++k) {
     const std::string arg = argv[k];
     if (arg == "-h" || arg == "--help") {
@@ -59,6 +63,8 @@ int main(int argc, char** argv) {
       return 0;
     } else if (arg == "-r" || arg == "--raw") {
       options.centre = false;
+    } else if (arg == "-w" || arg == "--words") {
+      words = true;
     } else if (arg == "-c" || arg == "--channel" || arg == "--screenshot") {
       if (k + 1 >= argc) return Usage(arg + " needs a value");
       const std::string value = argv[++k];
@@ -80,7 +86,7 @@ int main(int argc, char** argv) {
   }
 #ifdef VEXMOR_TOOL_WINDOW
   if (!screenshot.empty()) {
-    return RunRtoawWindow(argc, argv, screenshot, files.empty() ? "" : files[0], files.size() > 1 ? files[1] : "");
+    return RunRtoawWindow(argc, argv, screenshot, files.empty() ? "" : files[0], files.size() > 1 ? files[1] : "", words);
   }
   if (argc == 1 && DesktopPresent()) return RunRtoawWindow(argc, argv, "", "");
 #endif
@@ -89,6 +95,14 @@ int main(int argc, char** argv) {
   const std::string output = files.size() > 1 ? files[1] : "";
   try {
     if (!output.empty() && SameFile(input, output)) return Usage(output + " is the input file");
+    if (words) {
+      const std::string text = output.empty() ? DztTextNames(input, "", 1, 0)[0] : output;
+      const WordTextResult w = DztWordsToText(input, text);
+      std::cout << "written " << text << ": " << w.words << " rows (words of two samples) of " << w.traces
+                << " columns (traces)\n"
+                << "Samples per scan for the ASCII import: " << w.words << ". Remember this number.\n";
+      return 0;
+    }
     const DztToTextResult r = DztToText(input, output, options);
     const DztHeader& h = r.header;
     std::cout << input << ": " << h.scans << " scans of " << h.samplesPerScan << " samples, " << h.bits

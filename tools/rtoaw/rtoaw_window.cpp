@@ -18,11 +18,13 @@
 #include <QVBoxLayout>
 #include <QWidget>
 
+#include <cmath>
 #include <filesystem>
 
 #include "tool_window.h"
 
 #include "dzt_format.h"
+#include "word_text.h"
 
 namespace {
 
@@ -60,6 +62,7 @@ class RtoawWindow : public QWidget {
 
     centre_ = new QCheckBox("Centre unsigned samples on zero");
     centre_->setChecked(true);
+    words_ = new QCheckBox("Two samples to one word, as the direct DZT to SU conversion reads them");
     progress_ = new QProgressBar;
     progress_->setRange(0, 1);
     progress_->setValue(0);
@@ -72,6 +75,7 @@ class RtoawWindow : public QWidget {
     layout->addWidget(filesBox);
     layout->addWidget(infoBox);
     layout->addWidget(centre_);
+    layout->addWidget(words_);
     layout->addWidget(progress_);
     layout->addStretch();
     layout->addWidget(buttons);
@@ -82,6 +86,10 @@ class RtoawWindow : public QWidget {
     // alone must not undo an output chosen since.
     connect(input_, &QLineEdit::editingFinished, this, [this] {
       if (input_->text() != proposedFor_) SetInput(input_->text());
+    });
+    connect(words_, &QCheckBox::toggled, this, [this](bool on) {
+      centre_->setEnabled(!on);
+      ShowHeader();
     });
     connect(convert_, &QPushButton::clicked, this, [this] { Convert(); });
     connect(exit, &QPushButton::clicked, this, &QWidget::close);
@@ -94,6 +102,7 @@ class RtoawWindow : public QWidget {
   ~RtoawWindow() override { input_->disconnect(this); }
 
   void SetOutput(const QString& path) { output_->setText(path); }
+  void SetWords(bool on) { words_->setChecked(on); }
   QPushButton* ConvertButton() { return convert_; }
 
   void SetInput(const QString& path) {
@@ -118,7 +127,9 @@ class RtoawWindow : public QWidget {
     }
     try {
       const DztHeader h = ReadDztHeader(path.toStdString());
-      samples_->setText(QString("<b>%1</b>  (remember it for the ASCII import)").arg(h.samplesPerScan));
+      // In word mode a row holds a word of two samples: half as many rows.
+      const int rows = words_->isChecked() ? static_cast<int>(std::nearbyint(h.samplesPerScan / 2.0)) : h.samplesPerScan;
+      samples_->setText(QString("<b>%1</b>  (remember it for the ASCII import)").arg(rows));
       scans_->setText(QString::number(h.scans));
       format_->setText(QString("%1 bits, %2 channel(s), time window %3 ns")
                            .arg(h.bits)
@@ -158,6 +169,20 @@ class RtoawWindow : public QWidget {
       return;
     }
     setEnabled(false);
+    if (words_->isChecked()) {
+      try {
+        const WordTextResult r = DztWordsToText(input.toStdString(), output.toStdString());
+        setEnabled(true);
+        QMessageBox::information(this, kTitle,
+                                 "Conversion OK! " + output + " has been recorded.\n\n" +
+                                     QString("Samples per scan: %1. Remember this number: the ASCII import asks "
+                                             "for it.").arg(r.words));
+      } catch (const std::exception& e) {
+        setEnabled(true);
+        QMessageBox::critical(this, kTitle, QString::fromStdString(e.what()));
+      }
+      return;
+    }
     try {
       DztToTextOptions options;
       options.centre = centre_->isChecked();
@@ -187,6 +212,7 @@ class RtoawWindow : public QWidget {
   QLabel* scans_;
   QLabel* format_;
   QCheckBox* centre_;
+  QCheckBox* words_;
   QProgressBar* progress_;
   QPushButton* convert_;
   QString proposedFor_;  // the input whose output name was last proposed
@@ -195,9 +221,10 @@ class RtoawWindow : public QWidget {
 }  // namespace
 
 int RunRtoawWindow(int argc, char** argv, const std::string& screenshot, const std::string& input,
-                   const std::string& output) {
+                   const std::string& output, bool words) {
   QApplication app(argc, argv);
   RtoawWindow window;
+  window.SetWords(words);
   if (!input.empty()) window.SetInput(QString::fromStdString(input));
   window.show();
   if (screenshot.empty()) return app.exec();

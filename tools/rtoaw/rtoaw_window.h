@@ -9,4 +9,4 @@
 // it first presses Convert and draws the final message to the same name with
 // "-message" added.
 int RunRtoawWindow(int argc, char** argv, const std::string& screenshot, const std::string& input,
-                   const std::string& output = "");
+                   const std::string& output = "", bool words = false);

@@ -10,6 +10,8 @@
 #include "core/paths.h"
 #include "core/text.h"
 #include "core/text_reader.h"
+#include "importers/radar/radar_common.h"
+#include "importers/seismograph/selection.h"
 #include "importers/radar/ramac_format.h"
 
 namespace vexmor {
@@ -40,26 +42,6 @@ constexpr EventRow<Radar_F> kEvents[] = {
     {"Command1", "Click", Op<&Radar_F::Command1_Click>},
 };
 
-// A number that does not fit its 16-bit field leaves it at 0, which brings
-// the prompt for it.
-int16_t Int16OrZero(double value) {
-  try {
-    return ToInt16(value);
-  } catch (const RunTimeFailure&) {
-    return 0;
-  }
-}
-
-// Cancel, or the default handed back untouched, ends the questions.
-bool GaveUp(const std::string& answer, const std::string& preset) { return answer.empty() || answer == preset; }
-
-std::optional<double> FileSize(const std::string& path) {
-  std::error_code ec;
-  const auto size = std::filesystem::file_size(ResolveExisting(path), ec);
-  if (ec) return std::nullopt;
-  return static_cast<double>(size);
-}
-
 }  // namespace
 
 std::span<const ControlDef> RadarFControls() { return kControls; }
@@ -87,7 +69,7 @@ void Radar_F::Lit_RAMAC() {
   if (state.InputFile.size() >= 3) Text5.SetText(ReplaceLastThree(state.InputFile, "SU"));
   Text6.SetText("512");
   // The trace count of 512-sample traces; a fraction stays in the text.
-  if (const auto size = FileSize(state.InputFile)) Text2.SetText(NumberText(*size / 1024.0));
+  if (const auto size = FileSizeOf(state.InputFile)) Text2.SetText(NumberText(*size / 1024.0));
 
   const std::string headerPath = ReplaceLastThree(state.InputFile, "rad");
   if (FileExists(headerPath) == 1 && !HasWildcards(headerPath)) {
@@ -103,14 +85,7 @@ void Radar_F::Lit_RAMAC() {
 
 void Radar_F::ReadHeaderText(const std::string& headerText) {
   RichTextBox1.SetText(headerText);
-  // Values end at a CR; a header whose lines end in LF alone (copied through
-  // other systems) is read as if they ended in CR.
-  std::string text;
-  text.reserve(headerText.size());
-  for (size_t i = 0; i < headerText.size(); ++i) {
-    const bool bareLf = headerText[i] == '\n' && (i == 0 || headerText[i - 1] != '\r');
-    text += bareLf ? '\r' : headerText[i];
-  }
+  std::string text = BareLfAsCr(headerText);
   struct Keyword {
     const char* tag;
     Control* field;
@@ -131,7 +106,7 @@ void Radar_F::ReadHeaderText(const std::string& headerText) {
       keyword.field->SetText("0");
     } else if (keyword.field == &Text2) {
       const double samples = LeadingNumber(Text6.Text());
-      const auto size = FileSize(state.InputFile);
+      const auto size = FileSizeOf(state.InputFile);
       if (size && samples > 0) Text2.SetText(NumberText(*size / (2 * samples)));
     }
   }
@@ -217,7 +192,7 @@ void Radar_F::Command1_Click() {
                         kConverterTitle);
     return;
   }
-  const auto size = FileSize(state.OutputFile).value_or(0);
+  const auto size = FileSizeOf(state.OutputFile).value_or(0);
   platform.MessageBox("OK Conversion done " + state.OutputFile + "  " + NumberText(size), buttons::kOk, "");
 }
 

@@ -10,6 +10,7 @@
 #include "core/numbers.h"
 #include "core/paths.h"
 #include "core/su_trace.h"
+#include "importers/radar/radar_common.h"
 
 namespace vexmor {
 
@@ -43,21 +44,9 @@ void FillHeader(SuHeader& h, const RamacConversion& job, int32_t i, int32_t x) {
 }  // namespace
 
 std::string RamacLimitProblem(double traces, double samples, double timeZero) {
-  if (!(traces >= 1 && traces <= kRamacMaxTraces)) {
-    return "Number of channel must be from 1 to " + std::to_string(kRamacMaxTraces);
-  }
-  if (!(samples >= 1 && samples <= kRamacMaxSamples)) {
-    return "Samples per trace must be from 1 to " + std::to_string(kRamacMaxSamples);
-  }
-  if (!(timeZero >= 0 && timeZero < samples)) {
-    return "Time zero at point must be from 0 to" + NumberText(samples - 1);
-  }
-  if (samples - timeZero > kRamacMaxOutputSamples) {
-    return "At most " + std::to_string(kRamacMaxOutputSamples) +
-           " samples per output trace: Samples per trace less Time zero at point gives" +
-           NumberText(samples - timeZero);
-  }
-  return {};
+  static constexpr RadarLimits kLimits{kRamacMaxTraces, kRamacMaxSamples, kRamacMaxOutputSamples,
+                                       "Number of channel", "Samples per trace"};
+  return RadarLimitProblem(kLimits, traces, samples, timeZero);
 }
 
 void ConvertRamacProfile(const RamacConversion& job, const std::function<void(int32_t)>& progress) {

@@ -1,0 +1,40 @@
+#include "core/mapped_file.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/failure.h"
+#include "core/paths.h"
+#include "core/text_reader.h"
+
+namespace vexmor {
+
+MappedFile::MappedFile(const std::string& path) {
+  const std::string actual = ResolveExisting(path);
+  const int fd = ::open(actual.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) throw RunTimeFailure(FailureCode::FileNotFound, path + ": cannot be opened");
+  struct stat st{};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    ::close(fd);
+    // A folder, a device or a pipe: no text of a known end.
+    throw RunTimeFailure(FailureCode::PathAccess, path + ": not a plain file");
+  }
+  if (st.st_size > 0) {
+    void* p = ::mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+    if (p != MAP_FAILED) {
+      mapped_ = static_cast<char*>(p);
+      size_ = static_cast<size_t>(st.st_size);
+      ::madvise(p, size_, MADV_SEQUENTIAL);
+    }
+  }
+  ::close(fd);
+  if (mapped_ == nullptr && st.st_size > 0) copy_ = ReadWholeFile(path);
+}
+
+MappedFile::~MappedFile() {
+  if (mapped_ != nullptr) ::munmap(mapped_, size_);
+}
+
+}  // namespace vexmor
