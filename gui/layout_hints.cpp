@@ -12,6 +12,9 @@ constexpr LayoutHint kHints[] = {
     {"sisforme", "Grid1", "cell0twips", "5555"},
     // The output path with the button that chooses it.
     {"sisforme", "Command4", "beside", "Text2"},
+    // Each path with the button that chooses it.
+    {"Convert", "Command3", "beside", "Text1"},
+    {"Convert", "Command4", "beside", "Text2"},
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "importers/seismograph/oyo.h"
 #include "importers/seismograph/sisforme.h"
 #include "panels/main_panel.h"
+#include "toolchains/convert.h"
 
 namespace vexmor {
 
@@ -29,7 +30,7 @@ constexpr PanelType kPanels[] = {
     {"DZT_old", MakeEmptyPanel},
     {"ASCII2SU", MakeEmptyPanel},
     {"DZT2", MakeEmptyPanel},
-    {"Convert", MakeEmptyPanel},
+    {"Convert", MakePanel<Convert>},
     {"SEGY", MakeEmptyPanel},
     {"SU2SGY", MakeEmptyPanel},
     {"Add_SU_files", MakeEmptyPanel},
