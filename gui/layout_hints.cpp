@@ -15,6 +15,8 @@ constexpr LayoutHint kHints[] = {
     // Each path with the button that chooses it.
     {"Convert", "Command3", "beside", "Text1"},
     {"Convert", "Command4", "beside", "Text2"},
+    {"Convert", "Text1", "twips", "5400"},
+    {"Convert", "Text2", "twips", "5400"},
 };
 
 }  // namespace
