@@ -221,6 +221,14 @@ TEST_F(ConvertTest, ToolJobsDeleteTheOutputAtTheStartAndWriteTheirScript) {
   s.Do("open MainPanel\nclick Check1\nclick Option13\nuse Convert\n");
   EXPECT_EQ(s.Do("set Text1 " + Q(in) + "\nset Text2 " + Q(out) + "\nclick Command2\n"),
             "shell \"command.com /c convert.bat\" style=1 -> 1\n");
+
+  // A script that can't be written is not started: no older one runs.
+  SharedState elsewhere;
+  elsewhere.FolderOf = dir / "nowhere/";
+  auto lost = OpenConvert("SEGD2SU", true, elsewhere);
+  EXPECT_EQ(lost->Do("set Text1 " + Q(in) + "\nset Text2 " + Q(out) + "\nclick Command2\nshow Label1\nshow Timer2\n"),
+            "Label1 = \"Job not started: " + dir / "nowhere/convert.bat" + " can't be written\"\n"
+            "Timer2 enabled=0 interval=0\n");
 }
 
 #ifdef VEXMOR_HAVE_SEGYIO
