@@ -447,25 +447,14 @@ TEST_F(ConvertTest, KgsIntegerToSuReadsWholeRecordsAndAsksTheSourceDepth) {
   EXPECT_EQ(s->State().NbTraces, 3);
   const auto su = ReadBytes(dir / "SHOT.SU");
   ASSERT_EQ(su.size(), 3u * (240 + 20));  // 2 x ns bytes more per trace
+  // The words' places are the format's business (kgs_test); here: every
+  // record, the prompt's value, and the samples.
   for (int r = 1; r <= 3; ++r) {
     SCOPED_TRACE(r);
     const uint8_t* h = su.data() + size_t(r - 1) * 260;
-    EXPECT_EQ(GetLE32(h + 0), KgsWordOf(r, 170));   // tracl
-    EXPECT_EQ(GetLE32(h + 4), KgsWordOf(r, 182));   // tracr
-    EXPECT_EQ(GetLE32(h + 8), KgsWordOf(r, 12));    // fldr
-    EXPECT_EQ(GetLE32(h + 12), KgsWordOf(r, 16));   // tracf
-    EXPECT_EQ(GetLE32(h + 48), 12);                 // sdepth, 12.5 to even
-    EXPECT_EQ(GetLE32(h + 52), KgsWordOf(r, 52));   // gdel
-    EXPECT_EQ(GetLE32(h + 56), KgsWordOf(r, 52));   // sdel, the same word
-    EXPECT_EQ(GetLE16(h + 70), KgsWordOf(r, 70));   // scalco
-    EXPECT_EQ(GetLE32(h + 80), KgsWordOf(r, 70));   // gx, the same word
-    EXPECT_EQ(GetLE16(h + 34), 1);                  // duse
-    EXPECT_EQ(GetLE16(h + 68), 1);                  // scalel
-    EXPECT_EQ(GetLE16(h + 88), 1);                  // counit
-    EXPECT_EQ(GetLE16(h + 118), 3);                 // gain
+    EXPECT_EQ(GetLE32(h + 0), KgsWordOf(r, 170));  // tracl
+    EXPECT_EQ(GetLE32(h + 48), 12);                // sdepth, 12.5 to even
     EXPECT_EQ(GetLE16(h + 114), 5);
-    EXPECT_EQ(GetLE32(h + 60), 0);                  // swdep
-    EXPECT_EQ(GetLE16(h + 152), 0);                 // lcs
     EXPECT_EQ(GetLEFloat(h + 240), -32768.0f);
     EXPECT_EQ(GetLEFloat(h + 244), 32767.0f);
     EXPECT_EQ(GetLEFloat(h + 248), float(r * 100 - 2));
@@ -513,14 +502,9 @@ TEST_F(ConvertTest, KgsFloatingToSuKeepsLengthAndSamplesAndRewritesHeaders) {
     SCOPED_TRACE(r);
     const size_t at = size_t(r - 1) * 264;
     const uint8_t* h = su.data() + at;
-    EXPECT_EQ(GetLE32(h + 0), KgsWordOf(r, 172));   // tracl from where ep is
-    EXPECT_EQ(GetLE32(h + 4), KgsWordOf(r, 184));   // tracr
-    EXPECT_EQ(GetLE32(h + 12), KgsWordOf(r, 26));   // tracf
-    EXPECT_EQ(GetLE32(h + 16), KgsWordOf(r, 172));  // ep
+    EXPECT_EQ(GetLE32(h + 0), KgsWordOf(r, 172));  // tracl from where ep is
     EXPECT_EQ(GetLE32(h + 48), -7);
     EXPECT_EQ(GetLE16(h + 116), 0);
-    EXPECT_EQ(GetLE16(h + 118), 3);
-    EXPECT_EQ(GetLE16(h + 148), KgsWordOf(r, 148));
     EXPECT_EQ(GetLE16(h + 154), 0);  // hcs and beyond: 0
     EXPECT_TRUE(std::equal(su.begin() + std::ptrdiff_t(at + 240), su.begin() + std::ptrdiff_t(at + 264),
                            file.begin() + std::ptrdiff_t(at + 240)));
@@ -591,27 +575,16 @@ TEST_F(ConvertTest, SuToKgsAsksThreeOrFourAndWritesTheTableWords) {
       SCOPED_TRACE(n);
       const size_t at = size_t(n - 1) * 280;
       const uint8_t* h = kgs.data() + at;
-      const int c = (n - 1) % 24 + 1, r = (n - 1) / 24 + 1;
+      // The SU words' places are the format's business (kgs_test); here:
+      // the answers, the channel count and the trace number.
       EXPECT_EQ(GetLE16(h + 0), flat ? 3 : 0);
       EXPECT_EQ(GetLE16(h + 2), flat ? 0 : 24);
       EXPECT_EQ(GetLE16(h + 4), 8);
       EXPECT_EQ(GetLE16(h + 6), 0);
       EXPECT_EQ(GetLE16(h + 8), -2);  // -1.5 to even
-      EXPECT_EQ(GetLE16(h + 10), 100 + r);
-      EXPECT_EQ(GetLE16(h + 12), 0);
       EXPECT_EQ(GetLE16(h + 22), n);
-      EXPECT_EQ(GetLE16(h + 26), flat ? 1 : c);
-      EXPECT_EQ(GetLE16(h + 32), 1);
-      EXPECT_EQ(GetLE16(h + 36), -30 * c);
-      EXPECT_EQ(GetLE16(h + 56), -5);
-      EXPECT_EQ(GetLE16(h + 70), 20000 + n);
-      EXPECT_EQ(GetLE16(h + 114), 10);
-      EXPECT_EQ(GetLE16(h + 116), 500);
+      EXPECT_EQ(GetLE16(h + 26), flat ? 1 : (n - 1) % 24 + 1);
       EXPECT_EQ(GetLE16(h + 118), 21930);
-      EXPECT_EQ(GetLE16(h + 172), 700 + r);
-      EXPECT_EQ(GetLE16(h + 174), n);
-      EXPECT_EQ(GetLE16(h + 182), 5000 + n);
-      EXPECT_EQ(GetLE16(h + 184), 0);
       EXPECT_TRUE(std::equal(kgs.begin() + std::ptrdiff_t(at + 240), kgs.begin() + std::ptrdiff_t(at + 280),
                              input.begin() + std::ptrdiff_t(at + 240)));
     }
