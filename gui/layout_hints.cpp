@@ -32,6 +32,11 @@ constexpr LayoutHint kHints[] = {
     {"DZT2", "Command3", "wrap", "70"},
     {"DZT2", "Command1", "row", "alone"},
     {"DZT2", "Command2", "row", "alone"},
+    // Each path with the button that chooses it.
+    {"Convert", "Command3", "beside", "Text1"},
+    {"Convert", "Command4", "beside", "Text2"},
+    {"Convert", "Text1", "twips", "5400"},
+    {"Convert", "Text2", "twips", "5400"},
 };
 
 }  // namespace

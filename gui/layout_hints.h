@@ -14,6 +14,7 @@ struct LayoutHint {
   std::string_view key;    // "column": stack this frame under the frame named in value
                            // "beside": stand on the right of the text named in value
                            // "cell0twips": width of the first grid cell, in twips
+                           // "twips": least width of a text field, in twips
   std::string_view value;
 };
 

@@ -339,9 +339,15 @@ PanelWindow::Container& PanelWindow::ContainerOf(const Control& c) {
 QWidget* PanelWindow::MakeWidget(Bound& b) {
   Control& c = *b.control;
   switch (c.Kind()) {
-    case ControlKind::Text:
+    case ControlKind::Text: {
       if (c.MultiLine()) return new QPlainTextEdit;
-      return new QLineEdit;
+      auto* edit = new QLineEdit;
+      if (auto twips = FindLayoutHint(form_->Name(), c.Name(), "twips")) {
+        // 15 twips to a pixel on a screen of 96 dots an inch.
+        edit->setMinimumWidth(std::atoi(std::string(*twips).c_str()) / 15);
+      }
+      return edit;
+    }
     case ControlKind::Label: {
       auto* label = new QLabel;
       if (HasValueBesideCaption(c)) {

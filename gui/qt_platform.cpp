@@ -309,6 +309,8 @@ void QtPlatform::PumpEvents() {
   ReapJobs();
 }
 
+bool QtPlatform::TaskRunning(int task) { return JobRunning(task); }
+
 double QtPlatform::Clock() { return SecondsSinceMidnight(); }
 
 void QtPlatform::Beep() {

@@ -44,6 +44,7 @@ class QtPlatform : public Platform {
                             const std::string& iniFile, int room) override;
   std::string ProgramFolder() override;
   void CloseMessageNamed(const std::string& title) override;
+  bool TaskRunning(int task) override;
 
   bool Busy() const { return busy_; }
 

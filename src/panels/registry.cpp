@@ -17,6 +17,7 @@
 #include "panels/main_panel.h"
 #include "toolchains/segy.h"
 #include "toolchains/su2sgy.h"
+#include "toolchains/convert.h"
 
 namespace vexmor {
 
@@ -39,7 +40,7 @@ constexpr PanelType kPanels[] = {
     {"DZT_old", MakePanel<DZT_old>},
     {"ASCII2SU", MakePanel<ASCII2SU>},
     {"DZT2", MakePanel<DZT2>},
-    {"Convert", MakeEmptyPanel},
+    {"Convert", MakePanel<Convert>},
     {"SEGY", MakePanel<Segy>},
     {"SU2SGY", MakePanel<Su2Sgy>},
     {"Add_SU_files", MakeEmptyPanel},

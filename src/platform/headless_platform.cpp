@@ -74,6 +74,8 @@ int HeadlessPlatform::ShellOpen(const std::string&, const std::string&, const st
 
 void HeadlessPlatform::PumpEvents() { ReapJobs(); }
 
+bool HeadlessPlatform::TaskRunning(int task) { return !recordOnly_ && JobRunning(task); }
+
 double HeadlessPlatform::Clock() { return SecondsSinceMidnight(); }
 
 void HeadlessPlatform::Beep() { Write(transcript::Beep()); }

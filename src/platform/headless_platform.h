@@ -37,6 +37,7 @@ class HeadlessPlatform : public Platform {
                             const std::string& iniFile, int room) override;
   std::string ProgramFolder() override;
   void CloseMessageNamed(const std::string& title) override;
+  bool TaskRunning(int task) override;
 
   bool Busy() const { return busy_; }
 

@@ -187,4 +187,9 @@ int RunningJobs() {
   return static_cast<int>(Started().size());
 }
 
+bool JobRunning(int task) {
+  ReapJobs();
+  return task > 0 && Started().count(static_cast<pid_t>(task)) > 0;
+}
+
 }  // namespace vexmor

@@ -43,6 +43,8 @@ void ReapJobs();
 void WaitForJobs();
 // How many started jobs have not been reaped.
 int RunningJobs();
+// Whether the job of that task number (as StartJob gave it) still runs.
+bool JobRunning(int task);
 
 // Name of our batch runner, beside the other programs.
 inline constexpr const char* kBatchRunner = "vexmor-bat";

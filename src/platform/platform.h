@@ -68,6 +68,9 @@ class Platform {
   virtual std::string ProgramFolder() = 0;
   // Closes the open message box of exactly that title, as if answered.
   virtual void CloseMessageNamed(const std::string& title) = 0;
+  // Whether the task that Shell started still runs; never blocks. A panel
+  // that watches its job asks this on a timer.
+  virtual bool TaskRunning(int /*task*/) { return false; }
 };
 
 // The system's name, shown as title where a message has none of its own.

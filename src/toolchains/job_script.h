@@ -14,7 +14,11 @@ namespace vexmor {
 bool WriteJobScript(const std::string& path, const std::vector<std::string>& lines, const std::string& newLine);
 
 // Starts the script: Shell with CommandPrefix + path in the given style.
-// Gives the task number, 0 when nothing could be started.
-int StartJobScript(Platform& platform, const SharedState& state, const std::string& path, int style);
+// Gives the task number, 0 when nothing could be started. With a folder the
+// job starts in it (files a tool makes without a folder then land there);
+// a folder that can't be entered, or a relative script path, leaves the
+// current one.
+int StartJobScript(Platform& platform, const SharedState& state, const std::string& path, int style,
+                   const std::string& folder = {});
 
 }  // namespace vexmor

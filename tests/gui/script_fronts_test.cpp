@@ -379,5 +379,31 @@ TEST(ScriptFronts, ScreenshotOfAPanelWindow) {
   EXPECT_NE(unknown.err.find("no panel named NoSuchPanel"), std::string::npos);
 }
 
+// The panel Convert: the KGS integer sample to SU, and that SU file on to
+// KGS floating, on both fronts.
+TEST(ScriptFronts, ConvertGivesTheSameTranscriptAndBytes) {
+  const std::string evd = (fs::path(VEXMOR_SOURCE_DIR) / "samples/kgsi/LINE1.EVD").string();
+  Folder dir;
+  WriteAll(dir / "script.txt", "open MainPanel\nclick Option3\nuse Convert\nanswer dialog \"" + evd +
+                                   "\"\nclick Command3\nset Text2 \"" + (dir / "A.SU") +
+                                   "\"\nanswer prompt 3\nclick Command2\nuse MainPanel\nclick Option11\nuse Convert\n"
+                                   "set Text1 \"" + (dir / "A.SU") + "\"\nset Text2 \"" + (dir / "A.DAT") +
+                                   "\"\nanswer prompt 0\nclick Command2\nshow state.NbChannels\n");
+  const FrontRun cli = Cli(dir);
+  ASSERT_EQ(cli.status, 0) << cli.err;
+  const std::string su = ReadAll(dir / "A.SU"), kgs = ReadAll(dir / "A.DAT");
+  EXPECT_EQ(su.size(), 24u * 2240);
+  EXPECT_EQ(kgs.size(), su.size());
+  fs::remove(dir.path / "A.SU");
+  fs::remove(dir.path / "A.DAT");
+  const FrontRun gui = Gui(dir);
+  ExpectSameRun(cli, gui);
+  EXPECT_NE(cli.out.find("message \"Conversion OK\" buttons=64 title=\"Norvane File converter\" -> 1\nclosed Convert\n"),
+            std::string::npos)
+      << cli.out;
+  EXPECT_TRUE(ReadAll(dir / "A.SU") == su) << "the SU files differ";
+  EXPECT_TRUE(ReadAll(dir / "A.DAT") == kgs) << "the KGS files differ";
+}
+
 }  // namespace
 }  // namespace vexmor

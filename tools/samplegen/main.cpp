@@ -1,8 +1,9 @@
 // samplegen OUTDIR: writes small synthetic records of the ABEM Mark 3,
-// ES-1225, OYO McSeis 170, McSeis 3, Bison 5000, Dolang, PASI LCM-12 and
-// Ambrogeo formats into OUTDIR/<format>/.
+// ES-1225, OYO McSeis 170, McSeis 3, Bison 5000, Dolang, PASI LCM-12,
+// Ambrogeo, KGS integer and KGS floating formats into OUTDIR/<format>/.
 // The same bytes come out on every run, so the committed samples can be
 // checked against a fresh run.
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -19,6 +20,7 @@
 #include "importers/seismograph/handy_viewer_format.h"
 #include "importers/seismograph/oyo_format.h"
 #include "importers/seismograph/pasi_format.h"
+#include "formats/kgs.h"
 
 namespace fs = std::filesystem;
 using namespace vexmor;
@@ -174,6 +176,84 @@ void Ambrogeo(const fs::path& dir) {
     record.samples = Scaled<int16_t>(ShotGather(24, 200, 250, 6.0 * (shot - 1)), 8000);
     WriteText(dir / ("LINE" + std::to_string(shot) + ".DTA"), BuildAmbrogeoText(record));
   }
+// KGS integer: two shots of 12 channels, 500 int16 samples at 250 us, one
+// file. Word 16 holds the channel count of the record, which the reader
+// also takes as tracf.
+void KgsInteger(const fs::path& dir) {
+  std::vector<uint8_t> file;
+  int n = 0;
+  for (int shot = 0; shot < 2; ++shot) {
+    const auto traces = Scaled<int16_t>(ShotGather(12, 500, 250, 6.0 * shot), 8000);
+    for (int c = 1; c <= 12; ++c) {
+      ++n;
+      std::array<int16_t, 120> w{};
+      const auto set = [&w](int offset, int value) { w[size_t(offset / 2)] = static_cast<int16_t>(value); };
+      set(12, 201 + shot);                // field record
+      set(16, 12);                        // channels
+      set(22, 10 * shot + c);             // cdp
+      set(26, c);                         // cdpt
+      set(28, 1);                         // trace id
+      set(30, 1);                         // vertical sum
+      set(32, 1);                         // horizontal stack
+      set(36, 2 * c - 6 * shot);          // offset, m
+      set(40, 120);                       // receiver elevation
+      set(44, 120);                       // source elevation
+      set(70, 1000 + 2 * c);              // receiver X
+      set(72, 500);                       // receiver Y
+      set(76, 1000 + 6 * shot);           // source X
+      set(78, 500);                       // source Y
+      set(114, 500);                      // ns
+      set(116, 250);                      // dt
+      set(118, kKgsMark);
+      set(148, 10);                       // low cut
+      set(150, 250);                      // high cut
+      set(170, n);                        // trace in the line
+      set(172, 301 + shot);               // source point
+      set(182, n);                        // trace in the reel
+      const auto& t = traces[size_t(c - 1)];
+      const std::vector<float> samples(t.begin(), t.end());
+      const auto record = MakeKgsRecord(KgsKind::Integer, w, samples);
+      file.insert(file.end(), record.begin(), record.end());
+    }
+  }
+  Write(dir / "LINE1.EVD", file);
+}
+
+// KGS floating: one shot of 24 channels, 400 float samples at 500 us, with
+// the words where the SU to KGS conversion puts them.
+void KgsFloating(const fs::path& dir) {
+  std::vector<uint8_t> file;
+  const auto traces = ShotGather(24, 400, 500, 0);
+  for (int c = 1; c <= 24; ++c) {
+    std::array<int16_t, 120> w{};
+    const auto set = [&w](int offset, int value) { w[size_t(offset / 2)] = static_cast<int16_t>(value); };
+    set(0, 0);                         // raw field data
+    set(2, 24);                        // channels
+    set(4, 12);                        // record number word
+    set(8, 1);                         // ascending
+    set(10, 7);                        // field record
+    set(22, c);                        // trace in the file
+    set(26, c);                        // trace in the record
+    set(28, 1);
+    set(30, 1);
+    set(32, 1);
+    set(36, 3 * c);                    // offset, m
+    set(40, 85);
+    set(44, 85);
+    set(70, 200 + 3 * c);              // receiver X
+    set(76, 200);                      // source X
+    set(114, 400);
+    set(116, 500);
+    set(118, kKgsMark);
+    set(172, 11);                      // source point
+    set(174, c);                       // trace in the line
+    set(182, c);                       // trace in the reel
+    std::vector<float> samples;
+    for (double v : traces[size_t(c - 1)]) samples.push_back(static_cast<float>(v * 1000));
+    const auto record = MakeKgsRecord(KgsKind::Floating, w, samples);
+    file.insert(file.end(), record.begin(), record.end());
+  }
+  Write(dir / "LINE2.DAT", file);
 }
 
 }  // namespace
@@ -181,6 +261,7 @@ void Ambrogeo(const fs::path& dir) {
 int main(int argc, char** argv) {
   if (argc != 2) {
     std::fprintf(stderr, "usage: samplegen OUTDIR\n  writes OUTDIR/abem, es1225, oyo, mcseis3, bison, dolang, pasi and ambrogeo\n");
+    std::fprintf(stderr, "usage: samplegen OUTDIR\n  writes OUTDIR/abem, es1225, oyo, mcseis3, kgsi and kgs\n");
     return 2;
   }
   try {
@@ -193,6 +274,8 @@ int main(int argc, char** argv) {
     Dolang(top / "dolang");
     Pasi(top / "pasi");
     Ambrogeo(top / "ambrogeo");
+    KgsInteger(top / "kgsi");
+    KgsFloating(top / "kgs");
   } catch (const std::exception& e) {
     std::fprintf(stderr, "samplegen: %s\n", e.what());
     return 1;
