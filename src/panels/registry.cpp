@@ -7,6 +7,9 @@
 #include "importers/seismograph/oyo.h"
 #include "importers/seismograph/sisforme.h"
 #include "panels/main_panel.h"
+#include "utilities/add_su_files.h"
+#include "utilities/editor.h"
+#include "utilities/pick.h"
 
 namespace vexmor {
 
@@ -32,9 +35,9 @@ constexpr PanelType kPanels[] = {
     {"Convert", MakeEmptyPanel},
     {"SEGY", MakeEmptyPanel},
     {"SU2SGY", MakeEmptyPanel},
-    {"Add_SU_files", MakeEmptyPanel},
-    {"pick", MakeEmptyPanel},
-    {"editor", MakeEmptyPanel},
+    {"Add_SU_files", MakePanel<Add_SU_files>},
+    {"pick", MakePanel<pick>},
+    {"editor", MakePanel<editor>},
 };
 
 struct EmptyPanel {
