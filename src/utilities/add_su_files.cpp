@@ -168,7 +168,9 @@ void Add_SU_files::Command1_Click() {
   // A cancelled dialog hands back its preset: the panel stays as it was.
   if (answer == kPreset) return;
   answer += ' ';
-  const std::vector<std::string> entries = SplitAnswer(answer, kMaxEntries);
+  std::vector<std::string> entries = SplitAnswer(answer, kMaxEntries);
+  // The blank put behind the answer ends its last name; it starts none.
+  if (entries.size() > 1 && entries.back().empty()) entries.pop_back();
   const std::string& folder = entries.front();
   for (size_t k = 1; k < entries.size(); ++k) List1.AddItem(folder + kSep + entries[k]);
   Text2.SetText(folder + kSep + "data_raw.su");

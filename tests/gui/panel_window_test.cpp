@@ -20,7 +20,7 @@
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTest>
-#include <QTextEdit>
+#include <QPlainTextEdit>
 #include <QTimer>
 #include <cmath>
 #include <map>
