@@ -12,6 +12,11 @@ constexpr LayoutHint kHints[] = {
     {"sisforme", "Grid1", "cell0twips", "5555"},
     // The output path with the button that chooses it.
     {"sisforme", "Command4", "beside", "Text2"},
+    {"Add_SU_files", "Command4", "beside", "Text2"},
+    // The value read stands out.
+    {"pick", "Text3", "bold", "1"},
+    // Room for a page of a job script.
+    {"editor", "RichTextBox1", "minsize", "640x400"},
 };
 
 }  // namespace

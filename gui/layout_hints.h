@@ -14,6 +14,8 @@ struct LayoutHint {
   std::string_view key;    // "column": stack this frame under the frame named in value
                            // "beside": stand on the right of the text named in value
                            // "cell0twips": width of the first grid cell, in twips
+                           // "bold": the widget's text in bold
+                           // "minsize": "WxH", the widget's least size in pixels
   std::string_view value;
 };
 

@@ -32,6 +32,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "layout_hints.h"
 #include "qt_platform.h"
@@ -74,6 +75,19 @@ QIcon ToolIcon(const std::string& key, QStyle* style) {
   if (key == "print") return QIcon::fromTheme(QStringLiteral("document-print"), style->standardIcon(QStyle::SP_FileIcon));
   if (key == "stop") return style->standardIcon(QStyle::SP_DialogCloseButton);
   return {};
+}
+
+// What a table can't say of a widget's looks: bold text, a larger size.
+void ApplyLookHints(QWidget* w, const std::string& panel, const std::string& control) {
+  if (FindLayoutHint(panel, control, "bold")) {
+    QFont font = w->font();
+    font.setBold(true);
+    w->setFont(font);
+  }
+  if (auto size = FindLayoutHint(panel, control, "minsize")) {
+    int width = 0, height = 0;
+    if (std::sscanf(std::string(*size).c_str(), "%dx%d", &width, &height) == 2) w->setMinimumSize(width, height);
+  }
 }
 
 void ShowSelection(QPlainTextEdit* rich, const Control& c) {
@@ -310,7 +324,10 @@ void PanelWindow::Build() {
     bound_.push_back(std::move(b));
   }
   // Frames first, so that a control finds its frame wherever it stands.
-  for (Bound& b : bound_) b.widget = MakeWidget(b);
+  for (Bound& b : bound_) {
+    b.widget = MakeWidget(b);
+    if (b.widget != nullptr) ApplyLookHints(b.widget, form_->Name(), b.control->Name());
+  }
   for (Bound& b : bound_) Place(b, ContainerOf(*b.control));
   for (Bound& b : bound_) {
     Connect(b);
@@ -405,6 +422,9 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
       // Plain text laid out lazily: files of megabytes open and scroll at once.
       auto* rich = new QPlainTextEdit;
       rich->setMinimumSize(360, 160);
+      // Script lines stand as written; unwrapped lines also spare laying
+      // out every line of a long file before it shows.
+      rich->setLineWrapMode(QPlainTextEdit::NoWrap);
       return rich;
     }
     case ControlKind::Tabs: {
