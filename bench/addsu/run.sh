@@ -28,7 +28,7 @@ head -c "$bytes" /dev/urandom > "$work/in/seed.su"
 names=""
 for k in $(seq -w 1 "$files"); do
   # Each file its own bytes, so that no file system can share them.
-  { printf '%08d' "$k"; tail -c +9 "$work/in/seed.su"; } > "$work/in/S$k.su"
+  { printf '%8s' "$k"; tail -c +9 "$work/in/seed.su"; } > "$work/in/S$k.su"
   names="$names S$k.su"
 done
 rm "$work/in/seed.su"
