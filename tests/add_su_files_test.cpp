@@ -124,6 +124,11 @@ TEST_F(AddSuFiles, UncheckedKeepsTheInputsAndText9ChoosesHowMany) {
   EXPECT_TRUE(fs::exists(dir / "a.su"));
   EXPECT_TRUE(fs::exists(dir / "c.su"));
 
+  // A count past the list joins what the list holds, at once.
+  fs::remove(dir / "data_raw.su");
+  desk.Run("use Add_SU_files\nset Text9 2000000000\nclick Command2\n");
+  EXPECT_EQ(ReadBytes(dir / "data_raw.su"), Joined({&a, &b, &c}));
+
   // Text9 of no number joins nothing and only reports.
   fs::remove(dir / "data_raw.su");
   EXPECT_EQ(desk.Run("use Add_SU_files\nset Text9 none\nclick Command2\n"), Recorded(dir / "data_raw.su", 0));

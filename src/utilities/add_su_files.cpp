@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <vector>
 
@@ -237,12 +238,13 @@ bool Add_SU_files::ClearOldOutput() {
 }
 
 void Add_SU_files::Join(int nbFiles) {
-  for (int i = 1; i <= nbFiles; ++i) {
+  // Lines past the end of the list name no file: a count typed too large
+  // stops there instead of counting on for nothing.
+  const int lines = static_cast<int>(std::min<size_t>(List1.Items().size(), INT32_MAX));
+  for (int i = 1; i <= std::min(nbFiles, lines); ++i) {
     ProgressBar1.SetProgress(i);
     Text10.SetText("Adding file" + NumberText(i));
-    const auto& items = List1.Items();
-    if (static_cast<size_t>(i - 1) >= items.size()) continue;
-    const std::string input = items[static_cast<size_t>(i - 1)];
+    const std::string input = List1.Items()[static_cast<size_t>(i - 1)];
     // An input is deleted only once its bytes are safely in the output.
     if (AppendWholeFile(input, state.OutputFile) && Check1.Value()) {
       std::error_code ec;
