@@ -233,7 +233,9 @@ std::string QtPlatform::ChooseFile(const FileRequest& request) {
   dialog.setOption(QFileDialog::DontUseNativeDialog, true);
   dialog.setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
   // One dialog serves for input and output: a new name can be typed.
-  dialog.setFileMode(request.multi ? QFileDialog::ExistingFiles : QFileDialog::AnyFile);
+  dialog.setFileMode(request.multi       ? QFileDialog::ExistingFiles
+                     : request.mustExist ? QFileDialog::ExistingFile
+                                         : QFileDialog::AnyFile);
   dialog.setNameFilter(QtFileFilter(request.filter));
   if (!request.fileName.empty()) dialog.selectFile(FromUtf8(request.fileName));
 

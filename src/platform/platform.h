@@ -33,6 +33,7 @@ struct FileRequest {
   std::string fileName;  // preset name, also the answer of a cancel
   bool multi = false;
   bool save = false;
+  bool mustExist = false;  // only an existing file can be chosen
 };
 
 // A font as the font dialog offers it.

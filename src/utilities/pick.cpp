@@ -114,6 +114,7 @@ void pick::Command1_Click() {
   request.title = "Tarvix File selection";
   request.filter = "Seismic Unix (SU)|*.SU|SEG-Y files|*.SGY|All files|*.*|";
   request.fileName = kPreset;
+  request.mustExist = true;
   const std::string answer = platform.ChooseFile(request);
   // A cancelled dialog hands back its preset: the file in hand stays.
   if (answer == kPreset) return;
