@@ -11,7 +11,6 @@
 #include <QMouseEvent>
 #include <QPixmap>
 #include <QPlainTextEdit>
-#include <QTextEdit>
 #include <ostream>
 
 #include "panels/registry.h"
@@ -32,7 +31,6 @@ void Settle() {
 void SendKey(QWidget* w, int key) {
   if (auto* edit = qobject_cast<QLineEdit*>(w)) edit->end(false);
   if (auto* plain = qobject_cast<QPlainTextEdit*>(w)) plain->moveCursor(QTextCursor::End);
-  if (auto* rich = qobject_cast<QTextEdit*>(w)) rich->moveCursor(QTextCursor::End);
   const QChar ch(key);
   const int code = key == 8 ? static_cast<int>(Qt::Key_Backspace) : static_cast<int>(ch.toUpper().unicode());
   QKeyEvent press(QEvent::KeyPress, code, Qt::NoModifier, QString(ch));
@@ -160,8 +158,6 @@ UserActions Desktop::Actions() {
       edit->insert(t);
     } else if (auto* plain = qobject_cast<QPlainTextEdit*>(widget)) {
       plain->setPlainText(t);
-    } else if (auto* rich = qobject_cast<QTextEdit*>(widget)) {
-      rich->setPlainText(t);
     } else {
       c.SetText(text);
     }

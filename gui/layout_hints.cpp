@@ -37,6 +37,11 @@ constexpr LayoutHint kHints[] = {
     {"Convert", "Command4", "beside", "Text2"},
     {"Convert", "Text1", "twips", "5400"},
     {"Convert", "Text2", "twips", "5400"},
+    {"Add_SU_files", "Command4", "beside", "Text2"},
+    // The value read stands out.
+    {"pick", "Text3", "bold", "1"},
+    // Room for a page of a job script.
+    {"editor", "RichTextBox1", "minsize", "640x400"},
 };
 
 }  // namespace

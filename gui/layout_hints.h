@@ -15,6 +15,8 @@ struct LayoutHint {
                            // "beside": stand on the right of the text named in value
                            // "cell0twips": width of the first grid cell, in twips
                            // "twips": least width of a text field, in twips
+                           // "bold": the widget's text in bold
+                           // "minsize": "WxH", the widget's least size in pixels
   std::string_view value;
 };
 

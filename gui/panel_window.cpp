@@ -26,21 +26,81 @@
 #include <QScrollBar>
 #include <QTabWidget>
 #include <QTableWidget>
-#include <QTextEdit>
+#include <QStyle>
+#include <QTextCursor>
 #include <QTimer>
 #include <QToolBar>
 #include <QToolTip>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "layout_hints.h"
+#include "qt_platform.h"
 
 namespace vexmor {
 
 namespace {
 
 QString Q(const std::string& text) { return QString::fromStdString(text); }
+
+// Positions in a control's text are bytes of UTF-8 that may hold CR LF; the
+// widget counts UTF-16 units and keeps LF alone.
+bool Skipped(const std::string& text, size_t i) { return text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n'; }
+int Units(unsigned char byte) { return (byte & 0xC0) == 0x80 ? 0 : (byte >= 0xF0 ? 2 : 1); }
+
+int WidgetPosOf(const std::string& text, size_t byte) {
+  int pos = 0;
+  for (size_t i = 0; i < std::min(byte, text.size()); ++i) {
+    if (!Skipped(text, i)) pos += Units(static_cast<unsigned char>(text[i]));
+  }
+  return pos;
+}
+
+size_t ByteOf(const std::string& text, int widgetPos) {
+  int pos = 0;
+  size_t i = 0;
+  for (; i < text.size(); ++i) {
+    if (Skipped(text, i)) continue;
+    const int units = Units(static_cast<unsigned char>(text[i]));
+    if (units > 0 && pos >= widgetPos) break;
+    pos += units;
+  }
+  return i;
+}
+
+// The pictures of the tool-bar buttons, by their keys.
+QIcon ToolIcon(const std::string& key, QStyle* style) {
+  if (key == "open") return style->standardIcon(QStyle::SP_DialogOpenButton);
+  if (key == "save") return style->standardIcon(QStyle::SP_DialogSaveButton);
+  if (key == "print") return QIcon::fromTheme(QStringLiteral("document-print"), style->standardIcon(QStyle::SP_FileIcon));
+  if (key == "stop") return style->standardIcon(QStyle::SP_DialogCloseButton);
+  return {};
+}
+
+// What a table can't say of a widget's looks: bold text, a larger size.
+void ApplyLookHints(QWidget* w, const std::string& panel, const std::string& control) {
+  if (FindLayoutHint(panel, control, "bold")) {
+    QFont font = w->font();
+    font.setBold(true);
+    w->setFont(font);
+  }
+  if (auto size = FindLayoutHint(panel, control, "minsize")) {
+    int width = 0, height = 0;
+    if (std::sscanf(std::string(*size).c_str(), "%dx%d", &width, &height) == 2) w->setMinimumSize(width, height);
+  }
+}
+
+void ShowSelection(QPlainTextEdit* rich, const Control& c) {
+  const int start = WidgetPosOf(c.Text(), c.SelStart());
+  const int end = WidgetPosOf(c.Text(), c.SelStart() + c.SelLength());
+  QTextCursor cursor = rich->textCursor();
+  if (cursor.selectionStart() == start && cursor.selectionEnd() == end) return;
+  cursor.setPosition(start);
+  cursor.setPosition(end, QTextCursor::KeepAnchor);
+  rich->setTextCursor(cursor);
+}
 
 // Runs a function on the events of one object.
 class EventHook : public QObject {
@@ -171,12 +231,6 @@ void TypeInto(QWidget* w, int key) {
     } else {
       plain->insertPlainText(QString(QChar(key)));
     }
-  } else if (auto* rich = qobject_cast<QTextEdit*>(w)) {
-    if (key == 8) {
-      rich->textCursor().deletePreviousChar();
-    } else {
-      rich->insertPlainText(QString(QChar(key)));
-    }
   }
 }
 
@@ -289,16 +343,37 @@ void PanelWindow::closeEvent(QCloseEvent* event) {
   if (form_ != nullptr && onUserClose) onUserClose(*this);
 }
 
+void PanelWindow::TakeSelection(Bound& b) {
+  const QTextCursor cursor = static_cast<QPlainTextEdit*>(b.widget)->textCursor();
+  const std::string& text = b.control->Text();
+  const size_t start = ByteOf(text, cursor.selectionStart());
+  const size_t end = ByteOf(text, cursor.selectionEnd());
+  b.shownSelStart = start;
+  b.shownSelLength = end - start;
+  b.control->SetSelection(start, end - start);
+}
+
+void PanelWindow::TakeSelections() {
+  for (Bound& b : bound_) {
+    if (b.control->Kind() == ControlKind::RichText && b.widget != nullptr) TakeSelection(b);
+  }
+}
+
 void PanelWindow::Build() {
   root_ = std::make_unique<Container>();
   root_->body = new QVBoxLayout(this);
   bound_.reserve(form_->Controls().size());
   for (Control& c : form_->Controls()) {
     byName_[c.Name()] = bound_.size();
-    bound_.push_back(Bound{&c});
+    Bound b;
+    b.control = &c;
+    bound_.push_back(std::move(b));
   }
   // Frames first, so that a control finds its frame wherever it stands.
-  for (Bound& b : bound_) b.widget = MakeWidget(b);
+  for (Bound& b : bound_) {
+    b.widget = MakeWidget(b);
+    if (b.widget != nullptr) ApplyLookHints(b.widget, form_->Name(), b.control->Name());
+  }
   for (Bound& b : bound_) Place(b, ContainerOf(*b.control));
   for (Bound& b : bound_) {
     Connect(b);
@@ -396,8 +471,12 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
     }
     case ControlKind::ProgressBar: return new QProgressBar;
     case ControlKind::RichText: {
-      auto* rich = new QTextEdit;
-      rich->setAcceptRichText(false);
+      // Plain text laid out lazily: files of megabytes open and scroll at once.
+      auto* rich = new QPlainTextEdit;
+      rich->setMinimumSize(360, 160);
+      // Script lines stand as written; unwrapped lines also spare laying
+      // out every line of a long file before it shows.
+      rich->setLineWrapMode(QPlainTextEdit::NoWrap);
       return rich;
     }
     case ControlKind::Tabs: {
@@ -437,7 +516,7 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
     }
     case ControlKind::Toolbar: {
       b.toolbar = new QToolBar;
-      b.toolbar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+      b.toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
       return b.toolbar;
     }
     case ControlKind::FileDialog: return nullptr;
@@ -559,9 +638,18 @@ void PanelWindow::Connect(Bound& b) {
       }
       break;
     case ControlKind::RichText: {
-      auto* rich = static_cast<QTextEdit*>(w);
-      connect(rich, &QTextEdit::textChanged, this,
-              [this, cp, rich] { FromUser([&] { cp->SetText(rich->toPlainText().toStdString()); }); });
+      auto* rich = static_cast<QPlainTextEdit*>(w);
+      const size_t index = static_cast<size_t>(&b - bound_.data());
+      connect(rich, &QPlainTextEdit::textChanged, this, [this, cp, rich, index] {
+        FromUser([&] {
+          Bound& self = bound_[index];
+          self.shownText = rich->toPlainText().toStdString();
+          self.fromWidget = true;
+          cp->SetText(self.shownText);
+          self.fromWidget = false;
+          TakeSelection(self);
+        });
+      });
       break;
     }
     case ControlKind::Button:
@@ -596,8 +684,12 @@ void PanelWindow::Connect(Bound& b) {
       });
       break;
     case ControlKind::MenuEntry:
-      connect(b.action, &QAction::triggered, this,
-              [this, cp] { FromUser([&] { form_->Raise(cp->Name(), "Click"); }); });
+      connect(b.action, &QAction::triggered, this, [this, cp] {
+        FromUser([&] {
+          TakeSelections();
+          form_->Raise(cp->Name(), "Click");
+        });
+      });
       break;
     case ControlKind::Drawing:
       static_cast<Surface*>(w)->onMove = [this, cp](double x, double y) {
@@ -688,9 +780,21 @@ void PanelWindow::Refresh(Bound& b) {
       }
       break;
     case ControlKind::RichText: {
-      auto* rich = static_cast<QTextEdit*>(w);
-      if (rich->toPlainText() != Q(c.Text())) rich->setPlainText(Q(c.Text()));
+      auto* rich = static_cast<QPlainTextEdit*>(w);
+      // The text the widget holds is known: no copy of megabytes to compare.
+      if (!b.fromWidget && c.Text() != b.shownText) {
+        rich->setPlainText(Q(c.Text()));
+        b.shownText = c.Text();
+      }
       rich->setReadOnly(c.Locked());
+      const QFont font = ToQFont(c.Font());
+      if (rich->font() != font) rich->setFont(font);
+      // Only a selection the logic made is shown; the user's stands.
+      if (!b.fromWidget && (c.SelStart() != b.shownSelStart || c.SelLength() != b.shownSelLength)) {
+        ShowSelection(rich, c);
+        b.shownSelStart = c.SelStart();
+        b.shownSelLength = c.SelLength();
+      }
       break;
     }
     case ControlKind::Label: static_cast<QLabel*>(w)->setText(Q(c.Text())); break;
@@ -810,12 +914,19 @@ void PanelWindow::Refresh(Bound& b) {
       for (QAction* a : bar->actions()) have << a->data().toString();
       if (have != keys) {
         bar->clear();
-        for (const QString& key : keys) {
-          QAction* a = bar->addAction(key);
+        for (int i = 0; i < keys.size(); ++i) {
+          const QString& key = keys[i];
+          if (key.isEmpty()) {
+            bar->addSeparator();
+            continue;
+          }
+          QAction* a = bar->addAction(ToolIcon(key.toStdString(), style()), key);
           a->setData(key);
+          a->setToolTip(Q(c.ItemTip(static_cast<size_t>(i))));
           const std::string k = key.toStdString();
           connect(a, &QAction::triggered, this, [this, name = c.Name(), k] {
             FromUser([&] {
+              TakeSelections();
               EventArgs args;
               args.itemKey = k;
               form_->Raise(name, "ButtonClick", args);

@@ -59,6 +59,10 @@ class PanelWindow : public QWidget {
     QToolBar* toolbar = nullptr;
     QTimer* timer = nullptr;
     bool pending = false;         // a redraw is on its way
+    std::string shownText;        // rich text: what the widget holds
+    size_t shownSelStart = 0;     // rich text: the selection it shows
+    size_t shownSelLength = 0;
+    bool fromWidget = false;      // rich text: the change comes from it
   };
   struct Container;
 
@@ -70,6 +74,9 @@ class PanelWindow : public QWidget {
   void Refresh(Bound& b);
   void Connect(Bound& b);
   void InstallFilters(Bound& b);
+  // The selections the user made in the rich texts, into their controls.
+  void TakeSelections();
+  void TakeSelection(Bound& b);
   // Runs f only while the panel is loaded and the change came from the user.
   template <typename F>
   void FromUser(F&& f) {

@@ -6,12 +6,16 @@
 #include <QApplication>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QFontDialog>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QPushButton>
+#include <QTextDocument>
 #include <QTimer>
 #include <filesystem>
 #include <utility>
@@ -229,7 +233,9 @@ std::string QtPlatform::ChooseFile(const FileRequest& request) {
   dialog.setOption(QFileDialog::DontUseNativeDialog, true);
   dialog.setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
   // One dialog serves for input and output: a new name can be typed.
-  dialog.setFileMode(request.multi ? QFileDialog::ExistingFiles : QFileDialog::AnyFile);
+  dialog.setFileMode(request.multi       ? QFileDialog::ExistingFiles
+                     : request.mustExist ? QFileDialog::ExistingFile
+                                         : QFileDialog::AnyFile);
   dialog.setNameFilter(QtFileFilter(request.filter));
   if (!request.fileName.empty()) dialog.selectFile(FromUtf8(request.fileName));
 
@@ -348,6 +354,73 @@ void QtPlatform::CloseMessageNamed(const std::string& title) {
     }
     return;
   }
+}
+
+QFont ToQFont(const TextFont& font) {
+  QFont f(FromUtf8(font.name));
+  if (font.size > 0) f.setPointSizeF(font.size);
+  f.setBold(font.bold);
+  f.setItalic(font.italic);
+  f.setUnderline(font.underline);
+  f.setStrikeOut(font.strikethrough);
+  return f;
+}
+
+TextFont FromQFont(const QFont& f) {
+  TextFont font;
+  font.name = f.family().toStdString();
+  font.size = f.pointSizeF() > 0 ? f.pointSizeF() : font.size;
+  font.bold = f.bold();
+  font.italic = f.italic();
+  font.underline = f.underline();
+  font.strikethrough = f.strikeOut();
+  return font;
+}
+
+std::optional<TextFont> QtPlatform::ChooseFont(const TextFont& preset) {
+  QFontDialog dialog(ToQFont(preset));
+  dialog.setOption(QFontDialog::DontUseNativeDialog, true);
+  if (scripted_) {
+    // No line of the script answers it: a user who presses Enter.
+    QPointer<QFontDialog> guard(&dialog);
+    QTimer::singleShot(0, &dialog, [guard] {
+      if (guard) guard->accept();
+    });
+  }
+  bool accepted = false;
+  {
+    NormalPointerWhileAsking pointer(busy_);
+    accepted = dialog.exec() == QDialog::Accepted;
+  }
+  if (!accepted) return std::nullopt;
+  return FromQFont(dialog.selectedFont());
+}
+
+bool QtPlatform::PrintText(const PrintJob& job) {
+  QPrinter printer;
+  QPrintDialog dialog(&printer);
+  // No page numbers to ask for; the selection when there is one.
+  dialog.setOption(QAbstractPrintDialog::PrintPageRange, false);
+  dialog.setOption(QAbstractPrintDialog::PrintSelection, job.selection);
+  if (job.selection) printer.setPrintRange(QPrinter::Selection);
+  if (scripted_) {
+    // A script never reaches a real printer.
+    QPointer<QPrintDialog> guard(&dialog);
+    QTimer::singleShot(0, &dialog, [guard] {
+      if (guard) guard->reject();
+    });
+  }
+  bool accepted = false;
+  {
+    NormalPointerWhileAsking pointer(busy_);
+    accepted = dialog.exec() == QDialog::Accepted;
+  }
+  if (!accepted) return false;
+  QTextDocument document;
+  document.setDefaultFont(ToQFont(job.font));
+  document.setPlainText(ScreenText(job.text));
+  document.print(&printer);
+  return printer.printerState() != QPrinter::Error;
 }
 
 }  // namespace vexmor

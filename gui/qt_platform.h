@@ -5,6 +5,7 @@
 // Under a panel script the dialogs still open for real, but each is answered
 // at once, from the queue or as a user who presses Enter would, and every
 // call writes the same transcript line as the headless front.
+#include <QFont>
 #include <QString>
 #include <QStringList>
 #include <string>
@@ -45,6 +46,8 @@ class QtPlatform : public Platform {
   std::string ProgramFolder() override;
   void CloseMessageNamed(const std::string& title) override;
   bool TaskRunning(int task) override;
+  std::optional<TextFont> ChooseFont(const TextFont& preset) override;
+  bool PrintText(const PrintJob& job) override;
 
   bool Busy() const { return busy_; }
 
@@ -66,6 +69,10 @@ QString QtFileFilter(const std::string& pairs);
 // What a multi-selection answers: the one path when one file is chosen, else
 // the folder followed by the names, single blanks between.
 std::string MultiAnswer(const QStringList& chosen);
+
+// A font of the panels as Qt's, and back.
+QFont ToQFont(const TextFont& font);
+TextFont FromQFont(const QFont& font);
 
 // The window title of a message: the caller's, or the system's name.
 QString MessageTitle(const std::string& title);

@@ -54,11 +54,47 @@ void ReplaceAll(std::string& text, std::string_view find, std::string_view with)
   // would be matched again forever (the editor passes what the user typed):
   // then the search goes on behind what was put in.
   const size_t step = with.find(find, 1) == std::string_view::npos ? 1 : std::max<size_t>(with.size(), 1);
-  size_t at = text.find(find);
-  while (at != std::string::npos) {
-    text = text.substr(0, at) + std::string(with) + text.substr(at + find.size());
-    at = text.find(find, at + step);
+  // The text as rebuilt so far is out + pending + text[pos..]: pending holds
+  // the tail of a replacement that a later match may still run into. Built
+  // this way, a large text with many matches costs one pass, not one copy
+  // of the whole text for each match.
+  std::string out;
+  std::string pending;
+  size_t pos = 0;
+  const auto advance = [&](size_t n) {
+    if (n <= pending.size()) {
+      pending.erase(0, n);
+    } else {
+      pos = std::min(text.size(), pos + (n - pending.size()));
+      pending.clear();
+    }
+  };
+  const auto commit = [&](size_t n) {
+    const size_t fromPending = std::min(n, pending.size());
+    out.append(pending, 0, fromPending);
+    out.append(text, pos, std::min(n - fromPending, text.size() - std::min(pos, text.size())));
+    advance(n);
+  };
+  for (;;) {
+    // The first match: within pending or across its end, else in the text.
+    size_t match = std::string::npos;
+    if (!pending.empty()) {
+      const std::string head = pending + text.substr(pos, find.size() - 1);
+      match = head.find(find);
+    }
+    if (match == std::string::npos) {
+      const size_t at = text.find(find, pos);
+      if (at != std::string::npos) match = pending.size() + (at - pos);
+    }
+    if (match == std::string::npos) break;
+    commit(match);
+    advance(find.size());
+    pending.insert(0, with);
+    commit(step);
   }
+  out += pending;
+  out.append(text, std::min(pos, text.size()), std::string::npos);
+  text = std::move(out);
 }
 
 void FolderPart(const std::string& path, SharedState& state) { state.FolderOf = FolderOf(path); }

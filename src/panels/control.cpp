@@ -1,5 +1,7 @@
 #include "panels/control.h"
 
+#include <algorithm>
+
 #include "panels/form.h"
 
 namespace vexmor {
@@ -65,8 +67,36 @@ void Control::SetText(std::string text) {
   }
   if (text == text_) return;
   text_ = std::move(text);
+  selStart_ = std::min(selStart_, text_.size());
+  selLength_ = std::min(selLength_, text_.size() - selStart_);
   Changed();
   if (kind_ == ControlKind::Text || kind_ == ControlKind::RichText) form_->Raise(name_, "Change");
+}
+
+const std::string& Control::ItemTip(size_t index) const {
+  static const std::string none;
+  return index < itemTips_.size() ? itemTips_[index] : none;
+}
+
+void Control::SetItemTip(size_t index, std::string tip) {
+  if (itemTips_.size() <= index) itemTips_.resize(index + 1);
+  itemTips_[index] = std::move(tip);
+  Changed();
+}
+
+void Control::SetSelection(size_t start, size_t length) {
+  start = std::min(start, text_.size());
+  length = std::min(length, text_.size() - start);
+  if (start == selStart_ && length == selLength_) return;
+  selStart_ = start;
+  selLength_ = length;
+  Changed();
+}
+
+void Control::SetFont(TextFont font) {
+  if (font == font_) return;
+  font_ = std::move(font);
+  Changed();
 }
 
 void Control::SetCaption(std::string caption) {
@@ -136,12 +166,14 @@ void Control::AddItem(std::string item) {
 void Control::RemoveItem(int index) {
   if (index < 0 || index >= static_cast<int>(items_.size())) return;
   items_.erase(items_.begin() + index);
+  if (static_cast<size_t>(index) < itemTips_.size()) itemTips_.erase(itemTips_.begin() + index);
   if (listIndex_ >= static_cast<int>(items_.size())) listIndex_ = static_cast<int>(items_.size()) - 1;
   Changed();
 }
 
 void Control::ClearItems() {
   items_.clear();
+  itemTips_.clear();
   listIndex_ = -1;
   if (kind_ == ControlKind::Combo) text_.clear();
   Changed();

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/platform.h"
+
 namespace vexmor {
 
 class Form;
@@ -113,6 +115,19 @@ class Control {
   void SetListIndex(int index);              // raises Click when it changes to a line
   std::string SelectedItem() const;
 
+  // Tool bar: the keys are its items ("" a separator), each with a tip.
+  const std::string& ItemTip(size_t index) const;
+  void SetItemTip(size_t index, std::string tip);
+
+  // Rich text: the selection, in bytes of Text() (the cursor when its
+  // length is 0), and the font of the whole text.
+  size_t SelStart() const { return selStart_; }
+  size_t SelLength() const { return selLength_; }
+  void SetSelection(size_t start, size_t length);  // kept inside the text
+  std::string SelectedText() const { return text_.substr(selStart_, selLength_); }
+  const TextFont& Font() const { return font_; }
+  void SetFont(TextFont font);
+
   // Grid: the cells of its one row.
   const std::vector<std::string>& Cells() const { return cells_; }
   void SetCellCount(int count);
@@ -164,6 +179,9 @@ class Control {
   bool value_ = false;
   std::vector<std::string> items_;
   int listIndex_ = -1;
+  std::vector<std::string> itemTips_;
+  size_t selStart_ = 0, selLength_ = 0;
+  TextFont font_;
   std::vector<std::string> cells_;
   int min_ = 0, max_ = 100, progress_ = 0;
   int interval_ = 0;

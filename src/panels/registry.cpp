@@ -18,6 +18,9 @@
 #include "toolchains/segy.h"
 #include "toolchains/su2sgy.h"
 #include "toolchains/convert.h"
+#include "utilities/add_su_files.h"
+#include "utilities/editor.h"
+#include "utilities/pick.h"
 
 namespace vexmor {
 
@@ -43,9 +46,9 @@ constexpr PanelType kPanels[] = {
     {"Convert", MakePanel<Convert>},
     {"SEGY", MakePanel<Segy>},
     {"SU2SGY", MakePanel<Su2Sgy>},
-    {"Add_SU_files", MakeEmptyPanel},
-    {"pick", MakeEmptyPanel},
-    {"editor", MakeEmptyPanel},
+    {"Add_SU_files", MakePanel<Add_SU_files>},
+    {"pick", MakePanel<pick>},
+    {"editor", MakePanel<editor>},
 };
 
 struct EmptyPanel {

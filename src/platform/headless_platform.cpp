@@ -95,6 +95,18 @@ void HeadlessPlatform::CloseMessageNamed(const std::string&) {
   // Headless message boxes are answered at once: none is ever open.
 }
 
+std::optional<TextFont> HeadlessPlatform::ChooseFont(const TextFont& preset) {
+  if (fonts_.empty()) return preset;
+  std::optional<TextFont> answer = std::move(fonts_.front());
+  fonts_.pop_front();
+  return answer;
+}
+
+bool HeadlessPlatform::PrintText(const PrintJob& job) {
+  printed_.push_back(job);
+  return true;
+}
+
 namespace {
 
 std::string Trim(std::string s) {

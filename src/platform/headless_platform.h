@@ -2,7 +2,10 @@
 // The platform without a screen: answers come from a queue (or are those of
 // a user who presses Enter), and every call that the user would see or hear
 // writes a transcript line.
+#include <deque>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/answer_queue.h"
 #include "platform/platform.h"
@@ -38,8 +41,16 @@ class HeadlessPlatform : public Platform {
   std::string ProgramFolder() override;
   void CloseMessageNamed(const std::string& title) override;
   bool TaskRunning(int task) override;
+  // The font and print dialogs have no transcript line of their own: the
+  // font dialog answers its preset, as Enter would, unless a font was
+  // queued; printing keeps the job for the caller to look at.
+  std::optional<TextFont> ChooseFont(const TextFont& preset) override;
+  bool PrintText(const PrintJob& job) override;
 
   bool Busy() const { return busy_; }
+  // The answer of the next font dialog; nothing queued is Enter.
+  void QueueFont(std::optional<TextFont> font) { fonts_.push_back(std::move(font)); }
+  const std::vector<PrintJob>& Printed() const { return printed_; }
 
  private:
   void Write(const std::string& line) {
@@ -50,6 +61,8 @@ class HeadlessPlatform : public Platform {
   bool recordOnly_ = false;
   bool busy_ = false;
   std::string programFolder_;
+  std::deque<std::optional<TextFont>> fonts_;
+  std::vector<PrintJob> printed_;
 };
 
 // Shared by both platforms.

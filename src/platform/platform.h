@@ -2,6 +2,7 @@
 // Every way a panel reaches the user and the machine. A conversion runs the
 // same behind the desktop (QtPlatform) and without a screen
 // (HeadlessPlatform).
+#include <optional>
 #include <string>
 
 namespace vexmor {
@@ -33,6 +34,27 @@ struct FileRequest {
   std::string fileName;  // preset name, also the answer of a cancel
   bool multi = false;
   bool save = false;
+  bool mustExist = false;  // only an existing file can be chosen
+};
+
+// A font as the font dialog offers it.
+struct TextFont {
+  std::string name = "Arial";
+  double size = 10;  // points
+  bool bold = false;
+  bool italic = false;
+  bool underline = false;
+  bool strikethrough = false;
+  bool operator==(const TextFont&) const = default;
+};
+
+// What goes to the printer: the text (the selection, or all of it) and the
+// font it is shown in. With a selection the dialog offers the selection,
+// else all pages; it never asks for page numbers.
+struct PrintJob {
+  std::string text;
+  bool selection = false;
+  TextFont font;
 };
 
 class Platform {
@@ -71,6 +93,12 @@ class Platform {
   // Whether the task that Shell started still runs; never blocks. A panel
   // that watches its job asks this on a timer.
   virtual bool TaskRunning(int /*task*/) { return false; }
+  // The font dialog (screen and printer fonts), preset on the font given:
+  // the font chosen, nothing when cancelled.
+  virtual std::optional<TextFont> ChooseFont(const TextFont& preset) = 0;
+  // The print dialog, then the job on the printer chosen there; false when
+  // the dialog was cancelled or nothing could be printed.
+  virtual bool PrintText(const PrintJob& job) = 0;
 };
 
 // The system's name, shown as title where a message has none of its own.

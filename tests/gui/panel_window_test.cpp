@@ -20,7 +20,7 @@
 #include <QTabWidget>
 #include <QTableWidget>
 #include <QTest>
-#include <QTextEdit>
+#include <QPlainTextEdit>
 #include <QTimer>
 #include <cmath>
 #include <map>
@@ -263,7 +263,7 @@ TEST_F(PanelWindowTest, GridRichTextAndProgressFollowTheirControls) {
   EXPECT_EQ(grid->item(0, 0)->text(), "/tmp/rec");
   EXPECT_EQ(grid->item(0, 2)->text(), "LINE2.DAT");
 
-  auto* rich = Widget<QTextEdit>("RichTextBox1");
+  auto* rich = Widget<QPlainTextEdit>("RichTextBox1");
   EXPECT_EQ(rich->toPlainText(), "first line");
   rich->setPlainText("typed\ntext");
   EXPECT_EQ(C("RichTextBox1").Text(), "typed\ntext");

@@ -407,3 +407,51 @@ TEST(ScriptFronts, ConvertGivesTheSameTranscriptAndBytes) {
 
 }  // namespace
 }  // namespace vexmor
+
+namespace vexmor {
+namespace {
+
+// The SU utilities on both fronts: a join, a word read back from it, and
+// the joined file's listing edited, searched and saved.
+TEST(ScriptFronts, SuUtilitiesJoinReadAndEditAlike) {
+  Folder dir;
+  const std::string d = dir.path.string();
+  const auto inputs = [&] {
+    std::string trace(240 + 4 * 3, '\x11');
+    trace[114] = 3;
+    trace[115] = 0;
+    WriteAll(dir / "a.su", trace + trace);
+    WriteAll(dir / "b.su", trace);
+    WriteAll(dir / "job.bat", "segyread tape=a.sgy\r\nsegyread tape=b.sgy\r\npause\r\n");
+  };
+  WriteAll(dir / "script.txt",
+           "open MainPanel\nclick Option20\nuse Add_SU_files\n"
+           "answer dialog \"" + d + " a.su b.su\"\nclick Command1\nclick Check1\nshow Text4\nshow Text5\n"
+           "click Command2\nshow Text10\n"
+           "use MainPanel\nclick Command4\nuse pick\nanswer dialog \"" + d + "/data_raw.su\"\nclick Command1\n"
+           "show Text4\nclick Command2\nshow Text2\nshow Text3\nclick Option3\nclick Option5\nset Text2 " + "5\n"
+           "click Command2\nshow Text3\n"
+           "answer dialog \"" + d + "/job.bat\"\nclick Command1\nclick Command4\nuse editor\n"
+           "show editor.caption\nanswer prompt segyread\nclick Find\nanswer prompt pause\nclick Find\n"
+           "answer prompt nothing\nclick Find\n"
+           "answer prompt \"tape=\"\nanswer prompt \"tape=/data/\"\nclick Replacement\nshow RichTextBox1\n"
+           "answer dialog \"" + d + "/out.bat\"\nclick save\nclick stop\n");
+  inputs();
+  const FrontRun cli = Cli(dir);
+  ASSERT_EQ(cli.status, 0) << cli.err;
+  const std::string joined = ReadAll(dir / "data_raw.su");
+  const std::string saved = ReadAll(dir / "out.bat");
+  fs::remove(dir.path / "data_raw.su");
+  inputs();
+  const FrontRun gui = Gui(dir);
+  ExpectSameRun(cli, gui);
+  EXPECT_EQ(joined.size(), 3u * 252);
+  EXPECT_TRUE(ReadAll(dir / "data_raw.su") == joined) << "the joined files differ";
+  EXPECT_EQ(saved, "segyread tape=/data/a.sgy\r\nsegyread tape=/data/b.sgy\r\npause\r\n");
+  EXPECT_EQ(ReadAll(dir / "out.bat"), saved);
+  EXPECT_NE(cli.out.find("Text3 = \" 3\""), std::string::npos) << cli.out;
+  EXPECT_NE(cli.out.find("beep\n"), std::string::npos) << cli.out;
+}
+
+}  // namespace
+}  // namespace vexmor
