@@ -142,6 +142,10 @@ void BinaryFile::MoveWindow(int64_t offset) {
   }
 }
 
+void BinaryFile::AdviseSequential() {
+  if (fd_ >= 0) ::posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
+}
+
 size_t BinaryFile::Read(int64_t offset, void* data, size_t n) {
   if (!IsOpen()) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
   if (offset < 0) throw RunTimeFailure(FailureCode::BadFileName, path_ + ": negative position");

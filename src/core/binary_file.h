@@ -39,6 +39,9 @@ class BinaryFile {
   const std::string& Path() const { return path_; }
   int64_t Size() const { return size_; }
 
+  // Tells the system the file will be read from start to end (read-ahead).
+  void AdviseSequential();
+
   // Copies n bytes from the offset; gives how many the file really had
   // (the rest of the buffer is set to 0).
   size_t Read(int64_t offset, void* data, size_t n);

@@ -22,7 +22,7 @@
 
 #include "tool_window.h"
 
-#include "dzt_format.h"
+#include "dzt_text.h"
 
 namespace {
 
