@@ -1,6 +1,7 @@
 #include "formats/dzt.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "core/binary_file.h"
@@ -67,12 +68,15 @@ DztHeader ReadDztHeader(const std::string& path) {
 
 bool LooksLikeDzt(std::span<const uint8_t> head, int64_t fileSize) {
   if (head.size() < kHeadNeeded || fileSize < kBlock) return false;
-  // The tag's low byte is FF; its high byte numbers the channel (0x00FF, 0x01FF ...).
-  if (head[0] != 0xFF) return false;
-  const int bits = GetLE16(head.data() + 6);
+  // No magic number (the tag differs from maker to maker): the fields must agree.
+  const int dataField = U16(head.data() + 2);
   const int samples = GetLE16(head.data() + 4);
+  const int bits = GetLE16(head.data() + 6);
   const int channels = GetLE16(head.data() + 52);
-  return (bits == 8 || bits == 16 || bits == 32) && samples > 0 && channels >= 0 && channels <= 16;
+  const float range = GetLEFloat(head.data() + 26);
+  const bool offsetAgrees = (dataField > 0 && dataField < kBlock) || dataField == kBlock * std::max(1, channels);
+  return (bits == 8 || bits == 16 || bits == 32) && samples > 0 && channels >= 0 && channels <= 16 &&
+         offsetAgrees && std::isfinite(range) && range >= 0 && range < 1e6f;
 }
 
 void ReadDztScans(BinaryFile& f, const DztHeader& h, int channel, int64_t first, int64_t count, bool centre,

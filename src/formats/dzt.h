@@ -63,7 +63,8 @@ DztHeader ReadDztHeader(const std::string& path);
 DztHeader ReadDztHeader(BinaryFile& file);
 
 // Whether the first bytes (at least 64) look like a DZT header: cheap, never
-// throws. The format has no magic number, so the fields must agree.
+// throws. The format has no magic number, so the fields must agree: data
+// bits, samples, channels, header size and time range.
 bool LooksLikeDzt(std::span<const uint8_t> head, int64_t fileSize);
 
 // `count` scans of one channel from scan `first` on, as ReadDztChannel gives

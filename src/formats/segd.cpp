@@ -22,6 +22,7 @@
 
 #include "core/binary_file.h"
 #include "core/byte_order.h"
+#include "core/su_trace.h"
 
 namespace vexmor {
 namespace {
@@ -387,6 +388,8 @@ bool SegdReader::Next(SegdTrace& out) {
     out.second = rec.second;
     out.ns = ns;
     out.headerOffset = static_cast<int64_t>(at);
+    out.samplesOffset = static_cast<int64_t>(samplesAt);
+    out.formatCode = rec.codec->code;
     return true;
   }
 }
@@ -397,6 +400,30 @@ void SegdReader::ReadSamples(float* out) {
   s.raw.resize(static_cast<size_t>(SampleBytes(*s.codec, s.ns)) + 1);
   s.file.Read(static_cast<int64_t>(s.samplesAt), s.raw.data(), s.raw.size() - 1);
   Decode(*s.codec, s.raw.data(), s.ns, out);
+}
+
+void SegdReader::ReadSamplesOf(const SegdTrace& trace, float* out) {
+  const SegdCodec* codec = FindCodec(trace.formatCode);
+  if (codec == nullptr || trace.ns <= 0) return;
+  std::vector<uint8_t> raw(static_cast<size_t>(SampleBytes(*codec, trace.ns)) + 1);
+  state_->file.Read(trace.samplesOffset, raw.data(), raw.size() - 1);
+  Decode(*codec, raw.data(), trace.ns, out);
+}
+
+SuHeader SegdSuHeader(const SegdTrace& trace) {
+  SuHeader header;
+  header.Set("fldr", trace.fileNumber);
+  header.Set("ep", trace.fileNumber);
+  header.Set("tracf", double(trace.traceNumber));
+  header.Set("trid", trace.channelType == 1 ? 1 : 0);
+  header.Set("dt", trace.dtUs);
+  header.Set("year", trace.year);
+  header.Set("day", trace.day);
+  header.Set("hour", trace.hour);
+  header.Set("minute", trace.minute);
+  header.Set("sec", trace.second);
+  PutLE16(header.Data() + 114, static_cast<int16_t>(static_cast<uint16_t>(trace.ns)));
+  return header;
 }
 
 }  // namespace vexmor

@@ -27,8 +27,15 @@ struct SegdTrace {
   int dtUs = 0;
   int year = 0, day = 0, hour = 0, minute = 0, second = 0;
   int64_t ns = 0;
-  int64_t headerOffset = 0;  // of its 20-byte trace header
+  int64_t headerOffset = 0;   // of its 20-byte trace header
+  int64_t samplesOffset = 0;
+  int formatCode = 0;
 };
+
+class SuHeader;
+// The SU words a SEG-D trace fills: fldr, ep, tracf, trid, ns, dt, year,
+// day, hour, minute, sec.
+SuHeader SegdSuHeader(const SegdTrace& trace);
 
 // Whether the first bytes (at least 32) begin like a SEG-D record: a BCD
 // sample format code of one we read. Cheap, never throws.
@@ -48,6 +55,8 @@ class SegdReader {
   bool Next(SegdTrace& trace);
   // The samples of the trace Next gave last; out has room for its ns.
   void ReadSamples(float* out);
+  // The samples of any trace that Next gave, read again from the file.
+  void ReadSamplesOf(const SegdTrace& trace, float* out);
   int Records() const;
 
  private:

@@ -49,19 +49,8 @@ int Main(int argc, char** argv) {
   while (reader.Next(trace)) {
     if (trace.channelType != 1 && !aux) continue;
     su.assign(size_t(kTraceHeaderBytes + 4 * trace.ns), 0);
-    SuHeader header;
-    header.Set("fldr", trace.fileNumber);
-    header.Set("ep", trace.fileNumber);
-    header.Set("tracf", double(trace.traceNumber));
-    header.Set("trid", trace.channelType == 1 ? 1 : 0);
-    header.Set("dt", trace.dtUs);
-    header.Set("year", trace.year);
-    header.Set("day", trace.day);
-    header.Set("hour", trace.hour);
-    header.Set("minute", trace.minute);
-    header.Set("sec", trace.second);
+    const SuHeader header = SegdSuHeader(trace);
     std::memcpy(su.data(), header.Data(), kTraceHeaderBytes);
-    PutLE16(su.data() + 114, static_cast<int16_t>(static_cast<uint16_t>(trace.ns)));
     values.resize(static_cast<size_t>(trace.ns));
     reader.ReadSamples(values.data());
     for (int64_t i = 0; i < trace.ns; ++i) PutLEFloat(su.data() + kTraceHeaderBytes + 4 * i, values[size_t(i)]);
