@@ -60,7 +60,14 @@ int Info(const std::string& path) {
 }
 
 // Without a screen the pictures are drawn off screen, never waiting for one.
+void QuietQt(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  // Qt's own chatter (no runtime folder, fonts) is no concern of a picture
+  // drawn off screen; its failures still show.
+  if (type == QtCriticalMsg || type == QtFatalMsg) std::cerr << text.toStdString() << '\n';
+}
+
 void DrawOffScreen() {
+  qInstallMessageHandler(QuietQt);
   if (std::getenv("QT_QPA_PLATFORM") == nullptr) setenv("QT_QPA_PLATFORM", "offscreen", 1);
 }
 
