@@ -101,7 +101,10 @@ void ViewWindow::BuildToolBar() {
   };
   mode_ = combo({"Wiggle", "Image grey", "Image blue-white-red"}, "How the traces are drawn");
   scaling_ = combo({"Section scaling", "Trace scaling"}, "One scale for the whole section, or each trace its own");
-  scaling_->setCurrentIndex(1);
+  {
+    const QSignalBlocker quiet(scaling_);
+    scaling_->setCurrentIndex(1);
+  }
   gain_ = combo({"No gain", "Time power", "AGC"}, "Gain along the trace");
   power_ = spin(0, 5, 2, 0.5, "Time-power exponent");
   agcWindow_ = spin(1, 100000, 250, 10, "AGC window (ms, ns for radar)");
@@ -123,6 +126,7 @@ void ViewWindow::BuildToolBar() {
   bar->addWidget(clip_);
   bar->addWidget(new QLabel(" axis ", this));
   bar->addWidget(xWord_);
+  SettingsChanged();
 }
 
 void ViewWindow::SettingsChanged() {
@@ -161,6 +165,7 @@ bool ViewWindow::OpenFile(const QString& path) {
   SettingsChanged();
   view_->SetFile(file_.get());
   setWindowTitle(QFileInfo(path).fileName() + " - vexmor-view");
+  statusBar()->clearMessage();
   readout_->setText(QString("%1: %2 traces of %3 samples, %4 %5 a sample")
                         .arg(QString::fromStdString(info.name))
                         .arg(info.traces)

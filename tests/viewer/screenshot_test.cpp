@@ -64,7 +64,9 @@ TEST(ViewerScreenshot, WigglesFillThePositiveLobesOnly) {
     // The negative lobe is drawn as a line, out to the left.
     bool line = false;
     for (int dx = 45; dx < 99 && centre - dx > kLeft; ++dx) line = line || Dark(image, centre - dx, negative);
-    if (t > 0) EXPECT_TRUE(line) << "trace " << t;
+    if (t > 0) {
+      EXPECT_TRUE(line) << "trace " << t;
+    }
   }
 }
 
