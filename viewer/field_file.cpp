@@ -217,7 +217,7 @@ void FieldFile::ReadTrace(int64_t i, float* samples, uint8_t* header) {
     switch (s.info.format) {
       case Format::Su: {
         s.buffer.resize(static_cast<size_t>(s.su.traceBytes));
-        s.file.Read(i * s.su.traceBytes, s.buffer.data(), s.buffer.size());
+        s.file.ReadDirect(i * s.su.traceBytes, s.buffer.data(), s.buffer.size());
         std::memcpy(header, s.buffer.data(), kSuHeaderBytes);
         std::memcpy(samples, s.buffer.data() + kSuHeaderBytes, 4 * ns);
         break;
@@ -226,7 +226,7 @@ void FieldFile::ReadTrace(int64_t i, float* samples, uint8_t* header) {
         s.buffer.resize(static_cast<size_t>(s.segy.traceBytes + kSuHeaderBytes + 4 * s.segy.ns));
         uint8_t* raw = s.buffer.data();
         uint8_t* su = raw + s.segy.traceBytes;
-        s.file.Read(s.segy.firstTrace + i * s.segy.traceBytes, raw, static_cast<size_t>(s.segy.traceBytes));
+        s.file.ReadDirect(s.segy.firstTrace + i * s.segy.traceBytes, raw, static_cast<size_t>(s.segy.traceBytes));
         segy::SegyTraceToSu(s.segy, true, raw, su);
         std::memcpy(header, su, kSuHeaderBytes);
         std::memcpy(samples, su + kSuHeaderBytes, 4 * ns);
@@ -256,7 +256,7 @@ void FieldFile::ReadTrace(int64_t i, float* samples, uint8_t* header) {
       }
       case Format::Ramac: {
         s.buffer.resize(2 * ns);
-        s.file.Read(i * int64_t(2 * ns), s.buffer.data(), s.buffer.size());
+        s.file.ReadDirect(i * int64_t(2 * ns), s.buffer.data(), s.buffer.size());
         for (size_t k = 0; k < ns; ++k) samples[k] = GetLE16(s.buffer.data() + 2 * k);
         break;
       }

@@ -169,6 +169,14 @@ size_t BinaryFile::Read(int64_t offset, void* data, size_t n) {
   return static_cast<size_t>(available);
 }
 
+size_t BinaryFile::ReadDirect(int64_t offset, void* data, size_t n) {
+  if (inMemory_ || n == 0) return Read(offset, data, n);
+  if (!IsOpen()) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
+  if (offset < 0) throw RunTimeFailure(FailureCode::BadFileName, path_ + ": negative position");
+  Flush();  // what is written shows in what is read
+  return RawRead(offset, data, n);
+}
+
 void BinaryFile::Write(int64_t offset, const void* data, size_t n) {
   if (!IsOpen()) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
   if (!writable_) throw RunTimeFailure(FailureCode::PathAccess, path_ + ": opened for reading only");

@@ -47,6 +47,11 @@ class BinaryFile {
   size_t Read(int64_t offset, void* data, size_t n);
   void Write(int64_t offset, const void* data, size_t n);
 
+  // The same, straight from the file, past the window: for a reader that
+  // jumps through a large file and would otherwise fill the whole window
+  // for every few bytes it wants.
+  size_t ReadDirect(int64_t offset, void* data, size_t n);
+
   int16_t ReadI16(int64_t offset);
   int32_t ReadI32(int64_t offset);
   float ReadF32(int64_t offset);

@@ -90,7 +90,7 @@ void ReadDztScans(BinaryFile& f, const DztHeader& h, int channel, int64_t first,
   for (int64_t done = 0; done < count; done += perBlock) {
     const int64_t scans = std::min(perBlock, count - done);
     data.resize(static_cast<size_t>(scans * h.ScanBytes()));
-    f.Read(h.headerBytes + (first + done) * h.ScanBytes(), data.data(), data.size());
+    f.ReadDirect(h.headerBytes + (first + done) * h.ScanBytes(), data.data(), data.size());
     for (size_t s = 0; s < static_cast<size_t>(scans); ++s) {
       const uint8_t* scan = data.data() + s * static_cast<size_t>(h.ScanBytes()) + size_t(channel) * ns * width;
       int32_t* row = out + (static_cast<size_t>(done) + s) * ns;
