@@ -2,6 +2,7 @@
 
 #include <QComboBox>
 #include <QDoubleSpinBox>
+#include <QDockWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileDialog>
@@ -16,7 +17,6 @@
 #include <QStatusBar>
 #include <QTableWidget>
 #include <QToolBar>
-#include <QDockWidget>
 
 #include "core/su_trace.h"
 

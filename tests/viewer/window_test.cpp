@@ -26,15 +26,6 @@ namespace {
 using test::TempDir;
 using view::ViewWindow;
 
-QApplication& App() {
-  static int argc = 1;
-  static char name[] = "vexmor_view_tests";
-  static char* argv[] = {name, nullptr};
-  if (std::getenv("QT_QPA_PLATFORM") == nullptr) setenv("QT_QPA_PLATFORM", "offscreen", 1);
-  static QApplication* app = new QApplication(argc, argv);
-  return *app;
-}
-
 void KeepForDocs(QWidget& window, const std::string& name) {
   const char* folder = std::getenv("VEXMOR_VIEW_DOCS");
   if (folder == nullptr) return;
@@ -69,7 +60,6 @@ std::vector<std::vector<double>> Line() {
 }
 
 TEST(ViewerWindow, ReadOutHeaderTableSettingsAndExports) {
-  App();
   TempDir dir;
   test::WriteBytes(dir / "line.sgy", test::MakeSegy(Line(), 5, true));
   ViewWindow window;
@@ -136,7 +126,6 @@ TEST(ViewerWindow, ReadOutHeaderTableSettingsAndExports) {
 }
 
 TEST(ViewerWindow, RealRecordsForThePictures) {
-  App();
   const std::string samples = VEXMOR_SHARED_SAMPLES;
   if (!std::filesystem::exists(samples)) GTEST_SKIP() << "no field samples beside the project";
   for (const auto& [file, picture] : {std::pair{"/seg2/329.dat", "viewer-seg2.png"},
