@@ -2,7 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "dzt_format.h"
+#include "formats/dzt.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {

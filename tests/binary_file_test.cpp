@@ -143,5 +143,23 @@ TEST(BinaryFile, WritingFarPastTheEndFillsWithZeros) {
   EXPECT_EQ(bytes[5'000'000], 7);
 }
 
+TEST(BinaryFile, DirectReadsSeeWritesAndCostOneCallEach) {
+  TempDir dir;
+  BinaryFile f(dir / "f", BinaryFile::Mode::Create);
+  f.WriteI32(3'000'000, 0x01020304);  // still in the window
+  uint8_t b[6] = {9, 9, 9, 9, 9, 9};
+  const int64_t before = f.SystemCalls();
+  EXPECT_EQ(f.ReadDirect(3'000'000, b, 6), 4u);
+  EXPECT_EQ(b[0], 4);
+  EXPECT_EQ(b[3], 1);
+  EXPECT_EQ(b[4], 0);  // past the end
+  EXPECT_LE(f.SystemCalls() - before, 3);  // the flush and the read, nothing of a window
+  const std::vector<uint8_t> bytes = {1, 2, 3};
+  BinaryFile m = BinaryFile::OverMemory(bytes);
+  EXPECT_EQ(m.ReadDirect(1, b, 4), 2u);
+  EXPECT_EQ(b[0], 2);
+  EXPECT_EQ(b[2], 0);
+}
+
 }  // namespace
 }  // namespace vexmor

@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "core/text_reader.h"
-#include "dzt_format.h"
+#include "dzt_text.h"
 #include "platform/headless_platform.h"
 #include "platform/jobs.h"
 #include "test_util.h"

@@ -15,7 +15,7 @@
 #include "core/su_trace.h"
 #include "platform/headless_platform.h"
 #include "platform/jobs.h"
-#include "seg2_format.h"
+#include "formats/seg2.h"
 #include "seg2_to_su.h"
 #include "test_util.h"
 #include "tools_helpers.h"
@@ -33,7 +33,8 @@ using ProgramRun = test::ToolRun;
 ProgramRun RunCommand(const TempDir& dir, const std::string& command) { return test::RunHeadless(dir.Str(), command); }
 
 Seg2File ReadBuffer(const std::vector<uint8_t>& bytes, const std::string& name = "test.dat") {
-  return ReadSeg2(ByteSource::FromMemory(bytes), name);
+  BinaryFile f = BinaryFile::OverMemory(bytes, name);
+  return ReadSeg2(f);
 }
 
 std::vector<float> Decode(const std::vector<uint8_t>& bytes, const Seg2File& f, size_t trace) {

@@ -142,6 +142,10 @@ void BinaryFile::MoveWindow(int64_t offset) {
   }
 }
 
+void BinaryFile::AdviseSequential() {
+  if (fd_ >= 0) ::posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
+}
+
 size_t BinaryFile::Read(int64_t offset, void* data, size_t n) {
   if (!IsOpen()) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
   if (offset < 0) throw RunTimeFailure(FailureCode::BadFileName, path_ + ": negative position");
@@ -163,6 +167,14 @@ size_t BinaryFile::Read(int64_t offset, void* data, size_t n) {
   std::memcpy(data, window_.data() + (offset - base_), n);
   const int64_t available = std::max<int64_t>(0, std::min<int64_t>(static_cast<int64_t>(n), size_ - offset));
   return static_cast<size_t>(available);
+}
+
+size_t BinaryFile::ReadDirect(int64_t offset, void* data, size_t n) {
+  if (inMemory_ || n == 0) return Read(offset, data, n);
+  if (!IsOpen()) throw RunTimeFailure(FailureCode::BadFileName, "file is not open");
+  if (offset < 0) throw RunTimeFailure(FailureCode::BadFileName, path_ + ": negative position");
+  Flush();  // what is written shows in what is read
+  return RawRead(offset, data, n);
 }
 
 void BinaryFile::Write(int64_t offset, const void* data, size_t n) {

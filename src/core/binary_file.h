@@ -39,10 +39,18 @@ class BinaryFile {
   const std::string& Path() const { return path_; }
   int64_t Size() const { return size_; }
 
+  // Tells the system the file will be read from start to end (read-ahead).
+  void AdviseSequential();
+
   // Copies n bytes from the offset; gives how many the file really had
   // (the rest of the buffer is set to 0).
   size_t Read(int64_t offset, void* data, size_t n);
   void Write(int64_t offset, const void* data, size_t n);
+
+  // The same, straight from the file, past the window: for a reader that
+  // jumps through a large file and would otherwise fill the whole window
+  // for every few bytes it wants.
+  size_t ReadDirect(int64_t offset, void* data, size_t n);
 
   int16_t ReadI16(int64_t offset);
   int32_t ReadI32(int64_t offset);

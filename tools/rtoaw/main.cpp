@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/failure.h"
-#include "dzt_format.h"
+#include "dzt_text.h"
 #include "tool_desktop.h"
 #include "word_text.h"
 

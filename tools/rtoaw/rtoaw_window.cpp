@@ -23,7 +23,7 @@
 
 #include "tool_window.h"
 
-#include "dzt_format.h"
+#include "dzt_text.h"
 #include "word_text.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include "core/binary_file.h"
 #include "core/paths.h"
-#include "dzt_format.h"
+#include "dzt_text.h"
 #include "importers/radar/dzt_words.h"
 
 namespace vexmor {

@@ -10,7 +10,7 @@
 
 #include "core/binary_file.h"
 #include "core/failure.h"
-#include "seg2_format.h"
+#include "formats/seg2.h"
 #include "seg2_to_su.h"
 #include "tool_desktop.h"
 #include "tool_output.h"
@@ -85,7 +85,7 @@ int List(const std::vector<std::string>& inputs) {
   for (const std::string& path : inputs) {
     try {
       BinaryFile f(path, BinaryFile::Mode::Read);
-      const Seg2File file = ReadSeg2(ByteSource::FromFile(f), path);
+      const Seg2File file = ReadSeg2(f);
       std::cout << path << ": SEG-2 revision " << file.revision << ", "
                 << (file.bigEndian ? "high" : "low") << " byte first, " << file.traces.size() << " traces\n";
       ListStrings(file.strings, "  ");

@@ -1,6 +1,9 @@
 #include "seg2_to_su.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <array>
 #include <bit>
 #include <charconv>
@@ -11,6 +14,7 @@
 #include "core/binary_file.h"
 #include "core/failure.h"
 #include "core/numbers.h"
+#include "core/paths.h"
 
 namespace vexmor {
 
@@ -320,9 +324,19 @@ struct Input {
   Seg2File file;
 };
 
+// A device or a folder named in the list is refused before any read.
+BinaryFile OpenSeg2(const std::string& path) {
+  struct stat st {};
+  const std::string actual = ResolveExisting(path);
+  if (::stat(actual.c_str(), &st) != 0) throw Seg2Error(path + ": cannot be read (" + std::strerror(errno) + ")");
+  if (!S_ISREG(st.st_mode)) throw Seg2Error(path + ": cannot be read (not a plain file)");
+  return BinaryFile(path, BinaryFile::Mode::Read);
+}
+
 void CheckInput(Input& in, Seg2SuReport& report) {
   try {
-    in.file = ReadSeg2(ByteSource::FromPath(in.path), in.path);
+    BinaryFile f = OpenSeg2(in.path);
+    in.file = ReadSeg2(f);
     in.ok = true;
   } catch (const Seg2Error& e) {
     report.messages.push_back(e.what());
@@ -348,7 +362,8 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
   if (f.Read(0, bytes.data(), bytes.size()) != bytes.size()) throw Seg2Error(in.path + ": changed while read");
   // Read again from what is in memory, so that a file changed since the check
   // can't send a read out of bounds.
-  const Seg2File file = ReadSeg2(ByteSource::FromMemory(bytes), in.path);
+  BinaryFile inMemory = BinaryFile::OverMemory(bytes, in.path);
+  const Seg2File file = ReadSeg2(inMemory);
   std::vector<uint8_t> record(static_cast<size_t>(kSuHeaderBytes) + 4 * static_cast<size_t>(ns));
   uint8_t* samples = record.data() + kSuHeaderBytes;
   std::vector<float> decoded(static_cast<size_t>(ns));

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/su_trace.h"
-#include "seg2_format.h"
+#include "formats/seg2.h"
 
 namespace vexmor {
 

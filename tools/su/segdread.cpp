@@ -1,24 +1,15 @@
 // segdread: SEG-D (rev 1, 2 and 3) demultiplexed disk files to SU traces.
-//
-// One record:
-//   | general header 32 x (1 + n) | channel set descriptors 32 x sets x scan types
-//   | (skew 32 x k) | extended header 32 x e | external header 32 x x |
-//   | trace: header 20 | extensions 32 x t | samples | trace | ... | trailer |
-// A file may hold several records one behind the other. Numbers in the
-// headers are BCD unless said otherwise; samples are big-endian. Rev 3 adds
-// a third general header and gives each channel set three blocks, with its
-// sample count and interval in binary.
+// The reader is the core's; this writes what it gives as SU.
 #include <sys/stat.h>
 
-#include <cmath>
 #include <cstring>
-#include <map>
 #include <string>
 #include <vector>
 
-#include "core/byte_order.h"
+#include "core/binary_file.h"
 #include "core/paths.h"
 #include "core/su_trace.h"
+#include "formats/segd.h"
 #include "su_tool.h"
 
 namespace vexmor::su {
@@ -36,325 +27,38 @@ const char* kUsage =
     "  SU words set: fldr, ep (file number), tracf (trace number), trid, ns,\n"
     "  dt, year, day, hour, minute, sec.\n";
 
-constexpr int kBlock = 32;
-
-// A view of the file that refuses to read past its end.
-struct Bytes {
-  const std::string& name;
-  const std::vector<uint8_t>& data;
-  const uint8_t* At(size_t offset, size_t n, const char* what) const {
-    if (offset > data.size() || n > data.size() - offset) {
-      throw ToolError(name + ": cut short in the " + what + " at byte " + std::to_string(offset) + " (file of " +
-                      std::to_string(data.size()) + " bytes)");
-    }
-    return data.data() + offset;
-  }
-};
-
-// Two BCD digits per byte; a digit above 9 makes the field invalid (-1).
-int Bcd(const uint8_t* p, int digits, bool highFirst = true) {
-  int value = 0;
-  for (int i = 0; i < digits; ++i) {
-    const int pos = highFirst ? i : i + 1;
-    const uint8_t byte = p[pos / 2];
-    const int d = pos % 2 == 0 ? byte >> 4 : byte & 0x0F;
-    if (d > 9) return -1;
-    value = value * 10 + d;
-  }
-  return value;
-}
-
-struct SampleCodec {
-  int code;
-  int bitsPerGroup;  // bytes for a group of samples, x8
-  int groupSamples;
-};
-
-constexpr SampleCodec kCodecs[] = {
-    {8015, 80, 4}, {8022, 8, 1},  {8024, 16, 1}, {8036, 24, 1}, {8038, 32, 1},
-    {8042, 8, 1},  {8044, 16, 1}, {8048, 32, 1}, {8058, 32, 1},
-};
-
-const SampleCodec* FindCodec(int code) {
-  for (const auto& c : kCodecs) {
-    if (c.code == code) return &c;
-  }
-  return nullptr;
-}
-
-int64_t SampleBytes(const SampleCodec& codec, int64_t ns) {
-  const int64_t groups = (ns + codec.groupSamples - 1) / codec.groupSamples;
-  return groups * codec.bitsPerGroup / 8;
-}
-
-// The short exponent formats of SEG-D: a sign bit, an exponent of
-// `exponentBits` and a fraction of `fractionBits`, scaled by base^exponent.
-// The quaternary ones (8022, 8024) hold the sign and fraction in one's
-// complement; the hexadecimal ones (8042, 8044) as sign and magnitude.
-float ExponentSample(uint32_t word, int bits, int exponentBits, int base, bool onesComplement) {
-  const int fractionBits = bits - 1 - exponentBits;
-  const uint32_t mask = (1u << fractionBits) - 1;
-  const uint32_t exponent = (word >> fractionBits) & ((1u << exponentBits) - 1);
-  const bool negative = (word >> (bits - 1)) & 1;
-  uint32_t magnitude = word & mask;
-  if (negative && onesComplement) magnitude ^= mask;
-  if (magnitude == 0) return 0.0f;  // no negative zero in the output
-  const double fraction = std::ldexp(double(magnitude), -fractionBits);
-  return static_cast<float>((negative ? -fraction : fraction) * std::pow(double(base), double(exponent)));
-}
-
-void Decode(const SampleCodec& codec, const uint8_t* in, int64_t ns, float* out) {
-  switch (codec.code) {
-    case 8015:
-      for (int64_t i = 0; i < ns; ++i) {
-        const uint8_t* group = in + (i / 4) * 10;
-        const int k = int(i % 4);
-        const int exponent = (group[k / 2] >> (k % 2 == 0 ? 4 : 0)) & 0x0F;
-        // A one's complement fraction of 15 bits: a negative word is one above
-        // its two's complement reading.
-        int mantissa = static_cast<int16_t>(GetBE16u(group + 2 + 2 * k));
-        if (mantissa < 0) mantissa += 1;
-        out[i] = static_cast<float>(std::ldexp(double(mantissa), exponent - 15));
-      }
-      return;
-    case 8022:
-      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(in[i], 8, 3, 4, true);
-      return;
-    case 8024:
-      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(GetBE16u(in + 2 * i), 16, 3, 4, true);
-      return;
-    case 8042:
-      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(in[i], 8, 2, 16, false);
-      return;
-    case 8044:
-      for (int64_t i = 0; i < ns; ++i) out[i] = ExponentSample(GetBE16u(in + 2 * i), 16, 2, 16, false);
-      return;
-    case 8036:
-      for (int64_t i = 0; i < ns; ++i) {
-        const auto v = static_cast<int32_t>(GetBE24u(in + 3 * i) << 8) >> 8;
-        out[i] = static_cast<float>(v);
-      }
-      return;
-    case 8038:
-      for (int64_t i = 0; i < ns; ++i) out[i] = static_cast<float>(static_cast<int32_t>(GetBE32u(in + 4 * i)));
-      return;
-    case 8048:
-      for (int64_t i = 0; i < ns; ++i) out[i] = IbmToFloat(GetBE32u(in + 4 * i));
-      return;
-    case 8058:
-      for (int64_t i = 0; i < ns; ++i) out[i] = BitsFloat(GetBE32u(in + 4 * i));
-      return;
-    default:
-      return;
-  }
-}
-
-struct ChannelSet {
-  int channelType = 0;
-  int64_t startMs = 0;
-  int64_t endMs = 0;
-  int dtUs = 0;
-  int64_t ns = 0;  // given by rev 3 descriptors
-};
-
-struct Record {
-  int fileNumber = 0;
-  const SampleCodec* codec = nullptr;
-  int year = 0, day = 0, hour = 0, minute = 0, second = 0;
-  int baseDtUs = 0;
-  int revision = 0;
-  int64_t traceCount = 0;
-  int64_t trailerBytes = 0;
-  std::map<int, ChannelSet> sets;  // by scan type x 1000 + channel set
-  size_t firstTrace = 0;
-};
-
-Record ReadRecordHeaders(const Bytes& file, size_t start) {
-  Record rec;
-  const uint8_t* gh1 = file.At(start, kBlock, "general header");
-  const int formatCode = Bcd(gh1 + 2, 4);
-  rec.codec = FindCodec(formatCode);
-  int64_t additional = gh1[11] >> 4;
-  const uint8_t* gh2 = additional >= 1 ? file.At(start + kBlock, kBlock, "general header") : nullptr;
-  if (formatCode < 0) throw ToolError(file.name + ": not a SEG-D file: the format code is not BCD");
-  rec.revision = gh2 != nullptr ? gh2[10] : 0;
-  if (rec.revision > 9) {
-    throw ToolError(file.name + ": not a SEG-D file: revision byte " + std::to_string(rec.revision) +
-                    " in the second general header");
-  }
-  if (rec.revision > 3) {
-    throw ToolError(file.name + ": SEG-D rev " + std::to_string(rec.revision) + "." + std::to_string(gh2[11]) +
-                    " is not read (rev 1, 2 and 3 are)");
-  }
-  const bool rev3 = rec.revision == 3;
-  if (rev3 && additional == 0xF) additional = GetBE16u(gh2 + 18);
-  if (rev3 && additional < 2) {
-    throw ToolError(file.name + ": SEG-D rev 3 without its third general header");
-  }
-  if (rec.codec == nullptr) {
-    throw ToolError(file.name + ": sample format " + std::to_string(formatCode) +
-                    " is not read (8015, 8022, 8024, 8036, 8038, 8042, 8044, 8048, 8058 are; multiplexed data is not)");
-  }
-  rec.fileNumber = Bcd(gh1, 4);
-  if (rec.fileNumber < 0 && gh2 != nullptr) rec.fileNumber = int(GetBE24u(gh2));
-  const int yy = Bcd(gh1 + 10, 2);
-  rec.year = yy < 0 ? 0 : (yy < 50 ? 2000 + yy : 1900 + yy);
-  rec.day = std::max(0, Bcd(gh1 + 11, 3, false));
-  rec.hour = std::max(0, Bcd(gh1 + 13, 2));
-  rec.minute = std::max(0, Bcd(gh1 + 14, 2));
-  rec.second = std::max(0, Bcd(gh1 + 15, 2));
-  rec.baseDtUs = static_cast<int>(std::lround(gh1[22] * 1000.0 / 16.0));
-
-  // A count of FF in the first general header stands in the second one,
-  // in 2 or (rev 3) 3 bytes.
-  auto count = [&](int bcd, int gh2Offset, int bytes) -> int64_t {
-    if (bcd >= 0) return bcd;
-    if (gh2 == nullptr || gh2Offset < 0) return 0;
-    return bytes == 3 ? GetBE24u(gh2 + gh2Offset) : GetBE16u(gh2 + gh2Offset);
-  };
-  const int64_t scanTypes = std::max(0, Bcd(gh1 + 27, 2));
-  const int64_t setsPerScanType = count(Bcd(gh1 + 28, 2), 3, 2);
-  const int64_t skewBlocks = count(Bcd(gh1 + 29, 2), rev3 ? 8 : -1, 2);
-  const int64_t extendedBlocks = count(Bcd(gh1 + 30, 2), 5, rev3 ? 3 : 2);
-  const int64_t externalBlocks = count(Bcd(gh1 + 31, 2), rev3 ? 22 : 7, rev3 ? 3 : 2);
-  rec.trailerBytes = gh2 == nullptr ? 0 : int64_t(rev3 ? GetBE32u(gh2 + 12) : GetBE16u(gh2 + 12)) * kBlock;
-  if (scanTypes == 0 || setsPerScanType == 0) {
-    throw ToolError(file.name + ": not a SEG-D file we can read: no scan type or no channel set in the general header");
-  }
-
-  size_t at = start + size_t(1 + additional) * kBlock;
-  const size_t descriptorBytes = rev3 ? 3 * kBlock : kBlock;
-  for (int64_t s = 0; s < scanTypes; ++s) {
-    for (int64_t c = 0; c < setsPerScanType; ++c, at += descriptorBytes) {
-      const uint8_t* csd = file.At(at, descriptorBytes, "channel set descriptors");
-      if (rev3) {
-        const int64_t channels = GetBE24u(csd + 20);
-        if (channels == 0) continue;
-        ChannelSet set;
-        set.channelType = csd[3] >> 4;
-        set.ns = GetBE32u(csd + 12);
-        set.dtUs = static_cast<int>(GetBE24u(csd + 23));
-        rec.sets[std::max(0, Bcd(csd, 2)) * 100000 + GetBE16u(csd + 1)] = set;
-        rec.traceCount += channels;
-        continue;
-      }
-      const int channels = std::max(0, Bcd(csd + 8, 4));
-      if (channels == 0) continue;
-      ChannelSet set;
-      set.channelType = csd[10] >> 4;
-      set.startMs = int64_t(GetBE16u(csd + 2)) * 2;
-      set.endMs = int64_t(GetBE16u(csd + 4)) * 2;
-      set.dtUs = rec.baseDtUs >> std::min(csd[11] >> 4, 8);
-      int setNumber = Bcd(csd + 1, 2);
-      if (setNumber < 0) setNumber = GetBE16u(csd + 26);
-      rec.sets[std::max(0, Bcd(csd, 2)) * 100000 + setNumber] = set;
-      rec.traceCount += channels;
-    }
-    at += size_t(skewBlocks) * kBlock;
-  }
-  at += size_t(extendedBlocks + externalBlocks) * kBlock;
-  file.At(at, 0, "headers");
-  rec.firstTrace = at;
-  return rec;
-}
-
-// Samples per trace: the channel set says it in rev 3, the trace header
-// extension from rev 2 on; else the channel set's time span, checked against
-// where the next trace starts.
-int64_t TraceSamples(const Bytes& file, const Record& rec, const ChannelSet& set, size_t trace, int extensions) {
-  if (set.ns > 0) return set.ns;
-  if (extensions >= 1) {
-    const uint8_t* ext = file.At(trace + 20, kBlock, "trace header extension");
-    const int64_t ns = GetBE24u(ext + 7);
-    if (ns > 0) return ns;
-  }
-  if (set.dtUs <= 0) throw ToolError(file.name + ": no sample interval in the general header");
-  const int64_t span = (set.endMs - set.startMs) * 1000 / set.dtUs;
-  const size_t samplesAt = trace + 20 + size_t(extensions) * kBlock;
-  for (const int64_t ns : {span + 1, span}) {
-    const size_t next = samplesAt + size_t(SampleBytes(*rec.codec, ns));
-    if (next == file.data.size() || (next + 2 <= file.data.size() && std::memcmp(file.data.data() + next, file.data.data() + trace, 2) == 0)) {
-      return ns;
-    }
-  }
-  return span;
-}
-
 int Main(int argc, char** argv) {
   const Params params("segdread", argc, argv, {"tape", "aux", "verbose", "ns", "buff", "use_stdio", "ptmax"});
   if (!params.Has("tape")) throw ToolError("tape= is missing: give the SEG-D file to read");
   const bool aux = params.Int("aux", 0) != 0;
   const std::string tape = ResolveExisting(params.Text("tape", ""));
   RequireOutputNotTerminal();
-  // The record is read whole: a device or a pipe, which has no end to wait
-  // for, is refused as segyread refuses it.
+  // A device or a pipe, which has no end to wait for, is refused as
+  // segyread refuses it.
   struct stat st {};
   if (stat(tape.c_str(), &st) == 0 && !S_ISREG(st.st_mode)) throw ToolError(tape + ": not a plain file");
-  const auto data = ReadSmallFile(tape, size_t(1) << 33);
-  const Bytes file{tape, data};
-  if (data.size() < size_t(kBlock)) {
-    throw ToolError(tape + ": not a SEG-D file: " + std::to_string(data.size()) + " bytes, shorter than a general header");
-  }
+  BinaryFile file(tape, BinaryFile::Mode::Read);
+  file.AdviseSequential();
+  SegdReader reader(file);
 
   Output output;
   std::vector<uint8_t> su;
+  std::vector<float> values;
   int64_t written = 0;
-  int records = 0;
-  size_t at = 0;
-  while (at < data.size()) {
-    const Record rec = ReadRecordHeaders(file, at);
-    ++records;
-    at = rec.firstTrace;
-    for (int64_t t = 0; t < rec.traceCount; ++t) {
-      const uint8_t* th = file.At(at, 20, "trace header");
-      int setNumber = Bcd(th + 3, 2);
-      if (setNumber < 0) setNumber = GetBE16u(th + 15);
-      const auto found = rec.sets.find(std::max(0, Bcd(th + 2, 2)) * 100000 + setNumber);
-      if (found == rec.sets.end()) {
-        throw ToolError(tape + ": trace header at byte " + std::to_string(at) + " names channel set " +
-                        std::to_string(setNumber) + ", which the record does not describe");
-      }
-      const ChannelSet& set = found->second;
-      const int extensions = th[9];
-      const int64_t ns = TraceSamples(file, rec, set, at, extensions);
-      if (ns <= 0 || ns > 65535) {
-        throw ToolError(tape + ": trace at byte " + std::to_string(at) + " has " + std::to_string(ns) +
-                        " samples; an SU trace holds 1 to 65535");
-      }
-      const size_t samplesAt = at + 20 + size_t(extensions) * kBlock;
-      const uint8_t* samples = file.At(samplesAt, size_t(SampleBytes(*rec.codec, ns)), "trace samples");
-      at = samplesAt + size_t(SampleBytes(*rec.codec, ns));
-      if (set.channelType != 1 && !aux) continue;
-
-      su.assign(size_t(kTraceHeaderBytes + 4 * ns), 0);
-      SuHeader header;
-      header.Set("fldr", rec.fileNumber);
-      header.Set("ep", rec.fileNumber);
-      // Trace numbers past 9999 stand in the first extension (rev 2).
-      int64_t traceNumber = Bcd(th + 4, 4);
-      if (traceNumber < 0 && extensions >= 1) traceNumber = GetBE24u(th + 20 + 21);
-      header.Set("tracf", double(std::max<int64_t>(0, traceNumber)));
-      header.Set("trid", set.channelType == 1 ? 1 : 0);
-      header.Set("dt", set.dtUs);
-      header.Set("year", rec.year);
-      header.Set("day", rec.day);
-      header.Set("hour", rec.hour);
-      header.Set("minute", rec.minute);
-      header.Set("sec", rec.second);
-      std::memcpy(su.data(), header.Data(), kTraceHeaderBytes);
-      PutLE16(su.data() + 114, static_cast<int16_t>(static_cast<uint16_t>(ns)));
-      std::vector<float> values(static_cast<size_t>(ns));
-      Decode(*rec.codec, samples, ns, values.data());
-      for (int64_t i = 0; i < ns; ++i) PutLEFloat(su.data() + kTraceHeaderBytes + 4 * i, values[size_t(i)]);
-      output.Write(su.data(), su.size());
-      ++written;
-    }
-    at += size_t(rec.trailerBytes);
-    // Padding at the end of a file is no new record.
-    if (at < data.size() && data.size() - at < size_t(kBlock)) break;
+  SegdTrace trace;
+  while (reader.Next(trace)) {
+    if (trace.channelType != 1 && !aux) continue;
+    su.assign(size_t(kTraceHeaderBytes + 4 * trace.ns), 0);
+    const SuHeader header = SegdSuHeader(trace);
+    std::memcpy(su.data(), header.Data(), kTraceHeaderBytes);
+    values.resize(static_cast<size_t>(trace.ns));
+    reader.ReadSamples(values.data());
+    for (int64_t i = 0; i < trace.ns; ++i) PutLEFloat(su.data() + kTraceHeaderBytes + 4 * i, values[size_t(i)]);
+    output.Write(su.data(), su.size());
+    ++written;
   }
   output.Flush();
-  Note(tape + ": " + std::to_string(records) + " record(s), " + std::to_string(written) + " traces written");
+  Note(tape + ": " + std::to_string(reader.Records()) + " record(s), " + std::to_string(written) + " traces written");
   if (written == 0) throw ToolError(tape + ": no seismic trace in the file (aux=1 writes the auxiliary ones)");
   return 0;
 }

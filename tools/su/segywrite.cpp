@@ -12,7 +12,6 @@
 #include "core/byte_order.h"
 #include "core/paths.h"
 #include "core/su_trace.h"
-#include "sample_formats.h"
 #include "su_stream.h"
 #include "su_tool.h"
 

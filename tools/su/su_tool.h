@@ -1,7 +1,7 @@
 #pragma once
 // What the Seismic Unix tools share: key=value parameters, messages on
 // standard error, big unbuffered reads and writes of standard input and
-// output, the trace header layouts of SU and SEG-Y, text header codes.
+// output.
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -9,7 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "formats/segy.h"
+
 namespace vexmor::su {
+
+// The SEG-Y layout, sample formats and text codes are the core's.
+using namespace vexmor::segy;
 
 // A failure that ends the tool with exit status 1; the text is the message.
 struct ToolError : std::runtime_error {
@@ -68,39 +73,6 @@ void WidenPipe(int fd);
 
 // Fails when standard output is a terminal: traces are binary.
 void RequireOutputNotTerminal();
-
-// SU header: words 1..71 (bytes 0..179) are the SEG-Y trace header words.
-inline constexpr int kSegyWordsEnd = 180;
-// Reverses the byte order of words 1..71 of a 240-byte header.
-void SwapTraceWords(uint8_t* header);
-
-// SEG-Y binary header (400 bytes, offsets from its start) as a table of
-// integer fields, so that a byte order change is one loop.
-struct BinField {
-  int offset;
-  int width;  // 1 (not swapped), 2, 4 or 8
-};
-const std::vector<BinField>& BinaryHeaderFields();
-void SwapBinaryHeader(uint8_t* bin);
-
-inline constexpr int kTextHeaderBytes = 3200;
-inline constexpr int kBinHeaderBytes = 400;
-inline constexpr int kSegyHeaderBytes = 3600;
-inline constexpr int kTraceHeaderBytes = 240;
-
-// Binary header offsets used by the tools.
-namespace bin {
-inline constexpr int kDt = 16, kDtOrig = 18, kNs = 20, kNsOrig = 22, kFormat = 24;
-inline constexpr int kExtNs = 68, kByteOrder = 96, kMajorRev = 300, kMinorRev = 301;
-inline constexpr int kFixedLength = 302, kExtTextHeaders = 304, kExtraTraceHeaders = 306;
-inline constexpr int kTraceCount64 = 312, kFirstTrace64 = 320;
-}  // namespace bin
-
-// Text header codes.
-uint8_t EbcdicToAscii(uint8_t c);
-uint8_t AsciiToEbcdic(uint8_t c);
-// Whether a text header is more likely EBCDIC than ASCII.
-bool LooksEbcdic(const uint8_t* text, size_t n);
 
 // Whole small files.
 std::vector<uint8_t> ReadSmallFile(const std::string& path, size_t limit);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -96,6 +97,28 @@ void ConvertRamacProfile(const RamacConversion& job, const std::function<void(in
     out.Write(at + kD2Offset, header.Data() + kD2Offset, 4);
   }
   out.Close();
+}
+
+RamacRad ParseRamacRad(const std::string& text) {
+  RamacRad rad;
+  size_t at = 0;
+  while (at < text.size()) {
+    size_t end = text.find_first_of("\r\n", at);
+    if (end == std::string::npos) end = text.size();
+    const std::string line = text.substr(at, end - at);
+    at = end + 1;
+    const size_t colon = line.find(':');
+    if (colon == std::string::npos) continue;
+    const std::string key = line.substr(0, colon);
+    const double value = std::strtod(line.c_str() + colon + 1, nullptr);
+    if (!std::isfinite(value)) continue;
+    if (key == "SAMPLES") rad.samples = static_cast<int32_t>(std::clamp(value, 0.0, 1e9));
+    if (key == "LAST TRACE") rad.lastTrace = static_cast<int32_t>(std::clamp(value, 0.0, 2e9));
+    if (key == "TIMEWINDOW") rad.timeWindowNs = value;
+    if (key == "FREQUENCY") rad.frequencyMhz = value;
+    if (key == "DISTANCE INTERVAL") rad.distanceInterval = value;
+  }
+  return rad;
 }
 
 }  // namespace vexmor

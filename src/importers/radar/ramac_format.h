@@ -40,6 +40,17 @@ inline constexpr int32_t kRamacMaxTraces = 32767;
 inline constexpr int32_t kRamacMaxSamples = 16383;      // 2 x M fits
 inline constexpr int32_t kRamacMaxOutputSamples = 8131;  // 4 x N + 240 fits
 
+// The values of a .rad header text, for a reader that only looks: each
+// "KEYWORD:value" line read plainly; what is missing stays 0.
+struct RamacRad {
+  int32_t samples = 0;
+  int32_t lastTrace = 0;
+  double timeWindowNs = 0;
+  double frequencyMhz = 0;
+  double distanceInterval = 0;
+};
+RamacRad ParseRamacRad(const std::string& text);
+
 // Why these numbers can't be converted, or an empty text when they can.
 std::string RamacLimitProblem(double traces, double samples, double timeZero);
 

@@ -1,19 +1,13 @@
-#include "seg2_format.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "formats/seg2.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <memory>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
 #include "core/binary_file.h"
-#include "core/paths.h"
 
 namespace vexmor {
 
@@ -96,9 +90,9 @@ std::vector<Seg2String> ParseStrings(std::span<const uint8_t> bytes, bool big, c
   return strings;
 }
 
-std::vector<uint8_t> ReadRange(const ByteSource& source, int64_t offset, int64_t n) {
+std::vector<uint8_t> ReadRange(BinaryFile& source, int64_t offset, int64_t n) {
   std::vector<uint8_t> bytes(static_cast<size_t>(n));
-  if (n > 0) source.read(offset, bytes.data(), bytes.size());
+  if (n > 0) source.Read(offset, bytes.data(), bytes.size());
   return bytes;
 }
 
@@ -114,16 +108,16 @@ Terminator ReadTerminator(const uint8_t* fixed, std::vector<std::string>& notes)
   return term;
 }
 
-Seg2Trace ReadTraceDescriptor(const ByteSource& source, const Seg2File& file, int64_t pointer, size_t index,
+Seg2Trace ReadTraceDescriptor(BinaryFile& source, const Seg2File& file, int64_t pointer, size_t index,
                               const Terminator& term, std::vector<std::string>& notes) {
   const std::string& name = file.name;
   const std::string which = "trace " + std::to_string(index + 1);
-  if (pointer < kFixedPart || pointer + kFixedPart > source.size) {
+  if (pointer < kFixedPart || pointer + kFixedPart > source.Size()) {
     Fail(name, which + ": its descriptor at byte " + std::to_string(pointer) +
-                   " lies outside the file of " + std::to_string(source.size) + " bytes (file cut short?)");
+                   " lies outside the file of " + std::to_string(source.Size()) + " bytes (file cut short?)");
   }
   uint8_t fixed[kFixedPart];
-  source.read(pointer, fixed, sizeof fixed);
+  source.Read(pointer, fixed, sizeof fixed);
   const uint16_t id = Get16(fixed, file.bigEndian);
   if (id != kTraceBlockId) {
     Fail(name, which + ": no trace descriptor at byte " + std::to_string(pointer) + " (found " + Hex16(id) +
@@ -147,10 +141,10 @@ Seg2Trace ReadTraceDescriptor(const ByteSource& source, const Seg2File& file, in
   trace.samples = static_cast<int32_t>(samples);
   trace.dataOffset = pointer + trace.descriptorBytes;
   const int64_t needed = Seg2SampleBytes(trace.format, trace.samples);
-  if (trace.dataOffset + needed > source.size) {
+  if (trace.dataOffset + needed > source.Size()) {
     Fail(name, which + ": its " + std::to_string(trace.samples) + " samples end at byte " +
                    std::to_string(trace.dataOffset + needed) + ", past the end of the file (" +
-                   std::to_string(source.size) + " bytes): file cut short");
+                   std::to_string(source.Size()) + " bytes): file cut short");
   }
   if (trace.dataBytes < needed) {
     notes.push_back(which + ": data block size " + std::to_string(trace.dataBytes) + " below the " +
@@ -163,50 +157,6 @@ Seg2Trace ReadTraceDescriptor(const ByteSource& source, const Seg2File& file, in
 
 }  // namespace
 
-ByteSource ByteSource::FromMemory(std::span<const uint8_t> bytes) {
-  ByteSource s;
-  s.size = static_cast<int64_t>(bytes.size());
-  s.read = [bytes](int64_t offset, void* out, size_t n) {
-    std::memcpy(out, bytes.data() + offset, n);
-  };
-  return s;
-}
-
-ByteSource ByteSource::FromFile(BinaryFile& file) {
-  ByteSource s;
-  s.size = file.Size();
-  s.read = [&file](int64_t offset, void* out, size_t n) { file.Read(offset, out, n); };
-  return s;
-}
-
-ByteSource ByteSource::FromPath(const std::string& path) {
-  const int fd = ::open(ResolveExisting(path).c_str(), O_RDONLY | O_CLOEXEC);
-  struct stat st {};
-  if (fd < 0 || ::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    const std::string why = fd < 0 ? std::strerror(errno) : "not a plain file";
-    if (fd >= 0) ::close(fd);
-    throw Seg2Error(path + ": cannot be read (" + why + ")");
-  }
-  auto owner = std::shared_ptr<int>(new int(fd), [](int* p) {
-    ::close(*p);
-    delete p;
-  });
-  ByteSource s;
-  s.size = st.st_size;
-  s.read = [owner, path](int64_t offset, void* out, size_t n) {
-    auto* p = static_cast<uint8_t*>(out);
-    while (n > 0) {
-      const ssize_t got = ::pread(*owner, p, n, offset);
-      if (got < 0 && errno == EINTR) continue;
-      if (got <= 0) throw Seg2Error(path + ": read failed (" + std::string(got < 0 ? std::strerror(errno) : "file shrank") + ")");
-      p += got;
-      offset += got;
-      n -= static_cast<size_t>(got);
-    }
-  };
-  return s;
-}
-
 const std::string* FindSeg2Value(const std::vector<Seg2String>& strings, std::string_view key) {
   for (const Seg2String& s : strings) {
     if (s.key == key) return &s.value;
@@ -218,14 +168,15 @@ bool LooksLikeSeg2(std::span<const uint8_t> b) {
   return b.size() >= 2 && ((b[0] == 0x55 && b[1] == 0x3A) || (b[0] == 0x3A && b[1] == 0x55));
 }
 
-Seg2File ReadSeg2(const ByteSource& source, const std::string& name) {
+Seg2File ReadSeg2(BinaryFile& source) {
+  const std::string& name = source.Path();
   Seg2File file;
   file.name = name;
-  if (source.size < kFixedPart) {
-    Fail(name, "only " + std::to_string(source.size) + " bytes, too short for a SEG-2 file");
+  if (source.Size() < kFixedPart) {
+    Fail(name, "only " + std::to_string(source.Size()) + " bytes, too short for a SEG-2 file");
   }
   uint8_t fixed[kFixedPart];
-  source.read(0, fixed, sizeof fixed);
+  source.Read(0, fixed, sizeof fixed);
   if (!LooksLikeSeg2(fixed)) {
     Fail(name, "not a SEG-2 file (it begins with " + Hex16(uint16_t(fixed[0] << 8 | fixed[1])) +
                    ", a SEG-2 file with the block id 3A55)");
@@ -243,9 +194,9 @@ Seg2File ReadSeg2(const ByteSource& source, const std::string& name) {
                          std::to_string(count) + " pointers; taken as " + std::to_string(4 * count));
     pointerBytes = 4 * count;
   }
-  if (kFixedPart + 4 * count > source.size) {
+  if (kFixedPart + 4 * count > source.Size()) {
     Fail(name, "its " + std::to_string(count) + " trace pointers run past the end of the file (" +
-                   std::to_string(source.size) + " bytes): file cut short");
+                   std::to_string(source.Size()) + " bytes): file cut short");
   }
   const Terminator term = ReadTerminator(fixed, file.notes);
   const std::vector<uint8_t> table = ReadRange(source, kFixedPart, 4 * count);
@@ -254,7 +205,7 @@ Seg2File ReadSeg2(const ByteSource& source, const std::string& name) {
 
   // The file strings run from the end of the pointer block to the first trace.
   const int64_t stringsStart = kFixedPart + pointerBytes;
-  const int64_t stringsEnd = std::min(*std::min_element(pointers.begin(), pointers.end()), source.size);
+  const int64_t stringsEnd = std::min(*std::min_element(pointers.begin(), pointers.end()), source.Size());
   if (stringsEnd > stringsStart) {
     file.strings = ParseStrings(ReadRange(source, stringsStart, stringsEnd - stringsStart), file.bigEndian, term,
                                 file.notes, "file descriptor");
@@ -264,6 +215,11 @@ Seg2File ReadSeg2(const ByteSource& source, const std::string& name) {
     file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], k, term, file.notes));
   }
   return file;
+}
+
+void ReadSeg2Trace(BinaryFile& source, const Seg2File& file, const Seg2Trace& trace, float* out) {
+  const std::vector<uint8_t> data = ReadRange(source, trace.dataOffset, Seg2SampleBytes(trace.format, trace.samples));
+  DecodeSeg2Samples(data.data(), trace.format, file.bigEndian, trace.samples, out);
 }
 
 int64_t Seg2SampleBytes(int format, int64_t samples) {

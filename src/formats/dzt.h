@@ -22,17 +22,19 @@
 //   8- and 16-bit samples are unsigned, with their zero at the middle of the
 //   range (128, 32768); 32-bit samples are signed.
 #include <cstdint>
-#include <functional>
-#include <stdexcept>
+#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
+
+#include "formats/format_error.h"
 
 namespace vexmor {
 
-class DztError : public std::runtime_error {
+class BinaryFile;
+
+class DztError : public FormatError {
  public:
-  using std::runtime_error::runtime_error;
+  using FormatError::FormatError;
 };
 
 struct DztHeader {
@@ -56,51 +58,28 @@ struct DztHeader {
 // naming `name`.
 DztHeader ParseDztHeader(const uint8_t* head, size_t headBytes, int64_t fileSize, const std::string& name);
 
-// The header of a file on disk.
+// The header of a file on disk, or of any byte source.
 DztHeader ReadDztHeader(const std::string& path);
+DztHeader ReadDztHeader(BinaryFile& file);
+
+// Whether the first bytes (at least 64) look like a DZT header: cheap, never
+// throws. The format has no magic number, so the fields must agree: data
+// bits, samples, channels, header size and time range.
+bool LooksLikeDzt(std::span<const uint8_t> head, int64_t fileSize);
+
+// `count` scans of one channel from scan `first` on, as ReadDztChannel gives
+// them, into out (count x samplesPerScan values). Only those bytes are read.
+void ReadDztScans(BinaryFile& file, const DztHeader& header, int channel, int64_t first, int64_t count, bool centre,
+                  int32_t* out);
 
 // One channel of the file as signed values: scan after scan, samplesPerScan
 // values each. With `centre`, unsigned samples have their zero (128, 32768)
 // taken off; without it they stay as stored.
 std::vector<int32_t> ReadDztChannel(const std::string& path, const DztHeader& header, int channel, bool centre);
 
-// The column text that the ASCII importer reads: one row for each sample,
-// one column for each scan, values separated by commas, rows by CR LF.
-std::string DztColumnText(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans);
-// The same, row by row, for files too large to hold as one text.
-void WriteDztColumns(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans,
-                     const std::function<void(std::string_view row)>& put);
-
 // A DZT file for the tests: one header block per channel, then the scans
 // (values as stored).
 std::vector<uint8_t> MakeDzt(int samplesPerScan, int bits, int channels, const std::vector<uint32_t>& stored,
                              int dataField = 1024, float rangeNs = 50);
-
-}  // namespace vexmor
-
-namespace vexmor {
-
-struct DztToTextOptions {
-  int channel = 0;     // 1.. for one channel; 0 for all of them
-  bool centre = true;  // take the zero of unsigned samples off
-};
-
-struct DztToTextResult {
-  DztHeader header;
-  std::vector<std::string> outputs;  // the text files written
-  std::vector<std::string> notes;    // for the user, each a full sentence
-};
-
-// The text file names for the channels: the output as given for a file of
-// one channel, NAME_1.TXT, NAME_2.TXT ... for several. An empty output is
-// the input's name with the extension TXT (in the input's letter case).
-std::vector<std::string> DztTextNames(const std::string& input, const std::string& output, int channels,
-                                      int onlyChannel);
-
-// Writes the column text of the file's channels. Throws DztError (bad input)
-// or vexmor::RunTimeFailure (a file that can't be opened or written).
-// `progress` gets (rows done, rows in all).
-DztToTextResult DztToText(const std::string& input, const std::string& output, const DztToTextOptions& options,
-                          const std::function<void(int64_t, int64_t)>& progress = {});
 
 }  // namespace vexmor

@@ -30,35 +30,22 @@
 // string, counted from the start of this one, then "KEYWORD value" ended by
 // the string terminator. An offset of 0 ends the list.
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "formats/format_error.h"
+
 namespace vexmor {
 
 class BinaryFile;
 
 // A bad or cut-off SEG-2 file; the message names the file.
-class Seg2Error : public std::runtime_error {
+class Seg2Error : public FormatError {
  public:
-  using std::runtime_error::runtime_error;
-};
-
-// Where the reader takes its bytes: a file or a buffer in memory. The reader
-// checks every range against size before it asks for it.
-struct ByteSource {
-  int64_t size = 0;
-  std::function<void(int64_t offset, void* out, size_t n)> read;
-
-  static ByteSource FromMemory(std::span<const uint8_t> bytes);
-  static ByteSource FromFile(BinaryFile& file);
-  // Reads straight from the file, only the bytes asked for: the check of a
-  // long list of records costs a few small reads a file. Throws Seg2Error
-  // when the file can't be opened.
-  static ByteSource FromPath(const std::string& path);
+  using FormatError::FormatError;
 };
 
 struct Seg2String {
@@ -96,9 +83,14 @@ struct Seg2File {
 bool LooksLikeSeg2(std::span<const uint8_t> firstBytes);
 
 // Reads the descriptors of every trace and checks that each data block lies
-// inside the file. Throws Seg2Error naming `name` on anything that is not a
-// readable SEG-2 file.
-Seg2File ReadSeg2(const ByteSource& source, const std::string& name);
+// inside the file; only the descriptors are read, never the samples. Throws
+// Seg2Error naming the file on anything that is not a readable SEG-2 file.
+// The reader checks every range against the file's size before it reads.
+Seg2File ReadSeg2(BinaryFile& source);
+
+// The samples of one trace of a file read by ReadSeg2; out has room for
+// trace.samples values.
+void ReadSeg2Trace(BinaryFile& source, const Seg2File& file, const Seg2Trace& trace, float* out);
 
 // Bytes that NS samples of a format take; 0 for an unknown format.
 int64_t Seg2SampleBytes(int format, int64_t samples);

@@ -1,0 +1,48 @@
+#pragma once
+// The column text of a DZT file for the ASCII importer, and the rtoaw
+// conversion that writes it.
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "formats/dzt.h"
+
+namespace vexmor {
+
+// The column text that the ASCII importer reads: one row for each sample,
+// one column for each scan, values separated by commas, rows by CR LF.
+std::string DztColumnText(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans);
+// The same, row by row, for files too large to hold as one text.
+void WriteDztColumns(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans,
+                     const std::function<void(std::string_view row)>& put);
+
+}  // namespace vexmor
+
+namespace vexmor {
+
+struct DztToTextOptions {
+  int channel = 0;     // 1.. for one channel; 0 for all of them
+  bool centre = true;  // take the zero of unsigned samples off
+};
+
+struct DztToTextResult {
+  DztHeader header;
+  std::vector<std::string> outputs;  // the text files written
+  std::vector<std::string> notes;    // for the user, each a full sentence
+};
+
+// The text file names for the channels: the output as given for a file of
+// one channel, NAME_1.TXT, NAME_2.TXT ... for several. An empty output is
+// the input's name with the extension TXT (in the input's letter case).
+std::vector<std::string> DztTextNames(const std::string& input, const std::string& output, int channels,
+                                      int onlyChannel);
+
+// Writes the column text of the file's channels. Throws DztError (bad input)
+// or vexmor::RunTimeFailure (a file that can't be opened or written).
+// `progress` gets (rows done, rows in all).
+DztToTextResult DztToText(const std::string& input, const std::string& output, const DztToTextOptions& options,
+                          const std::function<void(int64_t, int64_t)>& progress = {});
+
+}  // namespace vexmor
