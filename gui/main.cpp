@@ -20,6 +20,7 @@ constexpr const char* kUsage =
     "       vexmor --screenshot PANEL FILE [SCRIPT]\n"
     "                                       save the window of a panel as a PNG picture; with a\n"
     "                                       panel script, as the script leaves it\n"
+    "       vexmor -h | --help              this text\n"
     "Without a screen, --script and --screenshot use Qt's offscreen platform.\n";
 
 bool HasScreen() {
@@ -62,7 +63,12 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (!(argc == 1 || script || screenshot)) {
-    std::cerr << kUsage;
+    if (mode == "--script" || mode == "--screenshot") {
+      std::cerr << "vexmor: " << mode << " takes " << (mode == "--script" ? "one script file" : "PANEL FILE [SCRIPT]")
+                << " (vexmor --help shows the usage)\n";
+    } else {
+      std::cerr << "vexmor: unknown argument '" << mode << "' (vexmor --help shows the usage)\n";
+    }
     return 2;
   }
   if (!HasScreen()) {

@@ -7,6 +7,7 @@
 // call writes the same transcript line as the headless front.
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <string>
 
 #include "platform/answer_queue.h"
@@ -46,6 +47,10 @@ class QtPlatform : public Platform {
   void CloseMessageNamed(const std::string& title) override;
 
   bool Busy() const { return busy_; }
+
+  // Under a script, called with each message box just before it is
+  // answered (a screenshot keeps the last one).
+  std::function<void(QWidget&)> onMessageShown;
 
  private:
   void Write(const std::string& line) {
