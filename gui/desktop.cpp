@@ -246,12 +246,19 @@ int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& er
 
 namespace {
 
+// The size a screenshot asks for, the window's own when it asks for none.
+QSize& ShotSize() {
+  static QSize size;
+  return size;
+}
+
 int Grab(const Desktop& desktop, const std::string& panel, const std::string& file, std::ostream& err) {
   PanelWindow* window = desktop.WindowOf(panel);
   if (window == nullptr) {
     err << "vexmor: the panel " << panel << " is not open\n";
     return 1;
   }
+  if (ShotSize().isValid()) window->resize(ShotSize().expandedTo(window->minimumSizeHint()));
   Settle();
   if (!window->grab().save(QString::fromStdString(file), "PNG")) {
     err << "vexmor: cannot write " << file << '\n';
@@ -259,6 +266,14 @@ int Grab(const Desktop& desktop, const std::string& panel, const std::string& fi
   }
   return 0;
 }
+
+}  // namespace
+
+void SetScreenshotSize(int width, int height) {
+  ShotSize() = width > 0 && height > 0 ? QSize(width, height) : QSize();
+}
+
+namespace {
 
 bool SavePicture(const QPixmap& picture, const std::string& file, std::ostream& err) {
   if (picture.save(QString::fromStdString(file), "PNG")) return true;

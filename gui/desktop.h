@@ -63,6 +63,10 @@ int SaveScreenshot(const std::string& panel, const std::string& file, std::ostre
 int SaveScreenshotAfter(std::string_view script, const std::string& panel, const std::string& file,
                         std::ostream& out, std::ostream& err);
 
+// The size the windows of later screenshots are given before they are
+// drawn (never below their least size); 0 x 0 keeps the opening size.
+void SetScreenshotSize(int width, int height);
+
 // `vexmor`: MainPanel on screen until it closes.
 int RunDesktop();
 

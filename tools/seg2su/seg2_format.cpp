@@ -118,7 +118,11 @@ Seg2Trace ReadTraceDescriptor(const ByteSource& source, const Seg2File& file, in
                               const Terminator& term, std::vector<std::string>& notes) {
   const std::string& name = file.name;
   const std::string which = "trace " + std::to_string(index + 1);
-  if (pointer < kFixedPart || pointer + kFixedPart > source.size) {
+  if (pointer >= kFixedPart && pointer + kFixedPart > source.size) {
+    throw Seg2CutShort(name + ": " + which + ": its descriptor at byte " + std::to_string(pointer) +
+                       " lies past the end of the file of " + std::to_string(source.size) + " bytes");
+  }
+  if (pointer < kFixedPart) {
     Fail(name, which + ": its descriptor at byte " + std::to_string(pointer) +
                    " lies outside the file of " + std::to_string(source.size) + " bytes (file cut short?)");
   }
@@ -148,9 +152,9 @@ Seg2Trace ReadTraceDescriptor(const ByteSource& source, const Seg2File& file, in
   trace.dataOffset = pointer + trace.descriptorBytes;
   const int64_t needed = Seg2SampleBytes(trace.format, trace.samples);
   if (trace.dataOffset + needed > source.size) {
-    Fail(name, which + ": its " + std::to_string(trace.samples) + " samples end at byte " +
-                   std::to_string(trace.dataOffset + needed) + ", past the end of the file (" +
-                   std::to_string(source.size) + " bytes): file cut short");
+    throw Seg2CutShort(name + ": " + which + ": its " + std::to_string(trace.samples) + " samples end at byte " +
+                       std::to_string(trace.dataOffset + needed) + ", past the end of the file (" +
+                       std::to_string(source.size) + " bytes): file cut short");
   }
   if (trace.dataBytes < needed) {
     notes.push_back(which + ": data block size " + std::to_string(trace.dataBytes) + " below the " +
@@ -214,6 +218,73 @@ const std::string* FindSeg2Value(const std::vector<Seg2String>& strings, std::st
   return nullptr;
 }
 
+namespace {
+
+constexpr int64_t kSegyHeadBytes = 3600;
+
+bool LooksLikeText(std::span<const uint8_t> b) {
+  if (b.empty()) return false;
+  const size_t n = std::min<size_t>(b.size(), 512);
+  size_t odd = 0, high = 0;
+  for (size_t k = 0; k < n; ++k) {
+    const uint8_t c = b[k];
+    if (c == 0) return false;
+    if ((c < 32 && c != '\n' && c != '\r' && c != '\t' && c != '\f') || c == 127) ++odd;
+    if (c > 127) ++high;  // accented letters, a few
+  }
+  return odd * 50 <= n && high * 4 <= n;
+}
+
+// The first line of a text, cut to something a message can quote.
+std::string FirstLine(std::span<const uint8_t> b) {
+  std::string line;
+  for (const uint8_t c : b) {
+    if (c == '\n' || c == '\r' || line.size() == 40) break;
+    line += c < 32 || c >= 127 ? '?' : static_cast<char>(c);
+  }
+  return line;
+}
+
+// A SEG-Y file: a 3200-byte card image text header (EBCDIC "C" or ASCII "C"
+// at its start) and a binary header whose format code is a known one.
+bool LooksLikeSegy(std::span<const uint8_t> b) {
+  if (b.size() < size_t(kSegyHeadBytes) || (b[0] != 0xC3 && b[0] != 'C')) return false;
+  const int big = b[3224] << 8 | b[3225];
+  const int little = b[3225] << 8 | b[3224];
+  const auto known = [](int f) { return (f >= 1 && f <= 12) || f == 15 || f == 16; };
+  return known(big) || known(little);
+}
+
+// An SU file: whole trace records of 240 bytes and ns float samples.
+bool LooksLikeSu(std::span<const uint8_t> b, int64_t size, int& ns) {
+  if (b.size() < 240) return false;
+  ns = b[114] | b[115] << 8;
+  const int64_t record = 240 + 4 * int64_t(ns);
+  return ns > 0 && size % record == 0;
+}
+
+// A GSSI DZT radar file: its header tag, then 8, 16 or 32 data bits.
+bool LooksLikeDzt(std::span<const uint8_t> b, int64_t size) {
+  if (b.size() < 8 || size < 1024) return false;
+  const int tag = b[0] | b[1] << 8;
+  const int bits = b[6] | b[7] << 8;
+  return (tag & 0xFF) == 0xFF && (bits == 8 || bits == 16 || bits == 32);
+}
+
+}  // namespace
+
+std::string DescribeNotSeg2(std::span<const uint8_t> b, int64_t size) {
+  int ns = 0;
+  if (LooksLikeSegy(b)) return "it looks like a SEG-Y file (segyread converts it)";
+  if (LooksLikeDzt(b, size)) return "it looks like a GSSI DZT radar file (rtoaw reads it)";
+  if (LooksLikeText(b)) return "it is text, beginning \"" + FirstLine(b) + "\"";
+  if (LooksLikeSu(b, size, ns)) {
+    return "it looks like an SU file already (" + std::to_string(size / (240 + 4 * int64_t(ns))) + " traces of " +
+           std::to_string(ns) + " samples)";
+  }
+  return "its first bytes are no format seg2su knows (a SEG-2 file begins with 55 3A or 3A 55)";
+}
+
 bool LooksLikeSeg2(std::span<const uint8_t> b) {
   return b.size() >= 2 && ((b[0] == 0x55 && b[1] == 0x3A) || (b[0] == 0x3A && b[1] == 0x55));
 }
@@ -227,8 +298,8 @@ Seg2File ReadSeg2(const ByteSource& source, const std::string& name) {
   uint8_t fixed[kFixedPart];
   source.read(0, fixed, sizeof fixed);
   if (!LooksLikeSeg2(fixed)) {
-    Fail(name, "not a SEG-2 file (it begins with " + Hex16(uint16_t(fixed[0] << 8 | fixed[1])) +
-                   ", a SEG-2 file with the block id 3A55)");
+    const std::vector<uint8_t> head = ReadRange(source, 0, std::min<int64_t>(source.size, kSegyHeadBytes));
+    Fail(name, "not a SEG-2 file: " + DescribeNotSeg2(head, source.size));
   }
   file.bigEndian = fixed[0] == 0x3A;
   file.revision = Get16(fixed + 2, file.bigEndian);
@@ -260,8 +331,20 @@ Seg2File ReadSeg2(const ByteSource& source, const std::string& name) {
                                 file.notes, "file descriptor");
   }
   file.traces.reserve(pointers.size());
+  std::string firstLost;
   for (size_t k = 0; k < pointers.size(); ++k) {
-    file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], k, term, file.notes));
+    try {
+      file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], k, term, file.notes));
+    } catch (const Seg2CutShort& e) {
+      // A record cut short in the field: the complete traces are still data.
+      if (file.lostTraces++ == 0) firstLost = e.what();
+    }
+  }
+  if (file.traces.empty()) throw Seg2CutShort(firstLost);
+  if (file.lostTraces > 0) {
+    file.notes.push_back("file cut short at " + std::to_string(source.size) + " bytes: " +
+                         std::to_string(file.lostTraces) + " of its " + std::to_string(count) +
+                         " traces lost, the " + std::to_string(file.traces.size()) + " complete ones kept");
   }
   return file;
 }

@@ -47,6 +47,12 @@ class Seg2Error : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A trace whose descriptor or samples lie past the end of the file.
+class Seg2CutShort : public Seg2Error {
+ public:
+  using Seg2Error::Seg2Error;
+};
+
 // Where the reader takes its bytes: a file or a buffer in memory. The reader
 // checks every range against size before it asks for it.
 struct ByteSource {
@@ -88,6 +94,7 @@ struct Seg2File {
   std::vector<Seg2String> strings;  // file descriptor strings
   std::vector<Seg2Trace> traces;
   std::vector<std::string> notes;   // oddities that did not stop the reading
+  int lostTraces = 0;               // traces left out of a file cut short
 
   const std::string* Find(std::string_view key) const { return FindSeg2Value(strings, key); }
 };
@@ -96,9 +103,14 @@ struct Seg2File {
 bool LooksLikeSeg2(std::span<const uint8_t> firstBytes);
 
 // Reads the descriptors of every trace and checks that each data block lies
-// inside the file. Throws Seg2Error naming `name` on anything that is not a
-// readable SEG-2 file.
+// inside the file. A file cut short keeps its complete traces; the others
+// are counted in lostTraces and noted. Throws Seg2Error naming `name` on
+// anything that is not a readable SEG-2 file, or one with no complete trace.
 Seg2File ReadSeg2(const ByteSource& source, const std::string& name);
+
+// What a file that is not SEG-2 looks like, from its first bytes (up to
+// 3600) and its size: "text ...", "a SEG-Y file", "an SU file ...", ...
+std::string DescribeNotSeg2(std::span<const uint8_t> firstBytes, int64_t size);
 
 // Bytes that NS samples of a format take; 0 for an unknown format.
 int64_t Seg2SampleBytes(int format, int64_t samples);
