@@ -103,6 +103,10 @@ TEST(Script, ErrorsStopAtTheirLineWithStatus2) {
       {"open MainPanel\nshow state.Nothing\n", "line 2: no shared value Nothing\n"},
       {"answer message 3\n", "line 1: a message is answered 1, 2, 6 or 7\n"},
       {"open MainPanel\nwait soon\n", "line 2: not a number: soon\n"},
+      // Decimal only, and a word's control characters kept on the one line.
+      {"open MainPanel\nwait 0x10\n", "line 2: not a number: 0x10\n"},
+      {"open MainPanel\nwait inf\n", "line 2: not a number: inf\n"},
+      {"open MainPanel\nclick Com\rmand1\n", "line 2: panel MainPanel has no control Com\\rmand1\n"},
       {"open MainPanel\nset Check1 x\n", "line 2: Check1 is not a text control\n"},
       {"open MainPanel\nclick\n", "line 2: click takes 1 word\n"},
   };

@@ -1,6 +1,7 @@
 #include "panels/script.h"
 
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -13,6 +14,28 @@
 #include "panels/registry.h"
 
 namespace vexmor {
+
+std::string ScriptError::OneLine(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (const char c : text) {
+    switch (c) {
+      case '\r': out += "\\r"; break;
+      case '\n': out += "\\n"; break;
+      case '\t': out += "\\t"; break;
+      default:
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+          static const char kHex[] = "0123456789ABCDEF";
+          out += "\\x";
+          out += kHex[(static_cast<unsigned char>(c) >> 4) & 0xF];
+          out += kHex[static_cast<unsigned char>(c) & 0xF];
+        } else {
+          out += c;
+        }
+    }
+  }
+  return out;
+}
 
 std::vector<std::string> SplitScriptWords(std::string_view line) {
   std::vector<std::string> words;
@@ -266,10 +289,12 @@ void ScriptRunner::RunLine(const ScriptLine& l) {
       throw ScriptError(n, command + " takes " + std::to_string(count) + " word" + (count == 1 ? "" : "s"));
     }
   };
+  // Decimal only: no hexadecimal, no blanks, no infinity.
   const auto number = [&](const std::string& text) {
-    char* end = nullptr;
-    const double v = std::strtod(text.c_str(), &end);
-    if (text.empty() || end == nullptr || *end != '\0' || !std::isfinite(v)) {
+    double v = 0;
+    const char* end = text.data() + text.size();
+    const auto [at, ec] = std::from_chars(text.data(), end, v, std::chars_format::general);
+    if (text.empty() || ec != std::errc() || at != end || !std::isfinite(v)) {
       throw ScriptError(n, "not a number: " + text);
     }
     return v;

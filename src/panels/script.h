@@ -16,11 +16,14 @@ namespace vexmor {
 
 class ScriptError : public std::runtime_error {
  public:
+  // The reason is kept to one line: a word that holds a line end or another
+  // control character shows it escaped, as the script would write it.
   ScriptError(int line, const std::string& reason)
-      : std::runtime_error("line " + std::to_string(line) + ": " + reason), line_(line) {}
+      : std::runtime_error("line " + std::to_string(line) + ": " + OneLine(reason)), line_(line) {}
   int Line() const { return line_; }
 
  private:
+  static std::string OneLine(const std::string& text);
   int line_;
 };
 

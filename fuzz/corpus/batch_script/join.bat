@@ -1,0 +1,3 @@
+copy /b a.su + b.su c.su
+del a.su
+pause

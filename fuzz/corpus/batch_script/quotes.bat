@@ -1,0 +1,4 @@
+@echo off
+rem x
+SEGDREAD tape="my file.sgd" >"out put.su"
+exit

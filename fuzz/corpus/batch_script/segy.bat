@@ -1,0 +1,1 @@
+SEGYREAD tape=line1.sgy endian=1 | SEGYCLEAN >line1.su
