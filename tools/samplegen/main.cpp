@@ -126,7 +126,7 @@ int main(int argc, char** argv) {
   }
   if (argc != 2 || (first.size() > 1 && first[0] == '-')) {
     if (argc > 2) {
-      std::fprintf(stderr, "samplegen: one output folder only, '%s' is one too many (samplegen --help)\n", argv[2]);
+      std::fprintf(stderr, "samplegen: one output folder only, '%s' is one too many (samplegen --help shows the usage)\n", argv[2]);
     } else if (argc == 2) {
       std::fprintf(stderr, "samplegen: unknown option %s (samplegen --help shows the usage)\n", argv[1]);
     } else {
