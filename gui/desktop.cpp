@@ -92,9 +92,15 @@ void Desktop::Hidden(Form& form) {
   // shows, and a panel shown again gets a new window from them. (A hidden
   // panel may be unloaded without a word to the front.)
   windows_.erase(it);
+  if (keepPictures_ && window->isVisible()) lastPictures_[form.Name()] = window->grab();
   window->Detach();
   window->hide();
   window->deleteLater();
+}
+
+const QPixmap* Desktop::LastPicture(std::string_view panel) const {
+  const auto it = lastPictures_.find(panel);
+  return it == lastPictures_.end() ? nullptr : &it->second;
 }
 
 void Desktop::Place(PanelWindow& window) {
@@ -204,7 +210,8 @@ UserActions Desktop::Actions() {
 }
 
 int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& err,
-                      const std::function<void(Desktop&)>& atEnd) {
+                      const std::function<void(Desktop&)>& atEnd,
+                      const std::function<void(Desktop&, QtPlatform&)>& atStart) {
   const auto write = [&out](const std::string& line) { out << line << '\n' << std::flush; };
   QtPlatform platform;
   platform.SetScripted(true);
@@ -214,6 +221,7 @@ int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& er
   {
     Session session(platform, state);
     Desktop desktop(session, true, write);
+    if (atStart) atStart(desktop, platform);
     ScriptRunner runner(session, platform.Answers(), write, desktop.Actions());
     try {
       for (const ScriptLine& line : ParseScript(text)) {
@@ -234,12 +242,19 @@ int RunScriptOnScreen(std::string_view text, std::ostream& out, std::ostream& er
 
 namespace {
 
+// The size a screenshot asks for, the window's own when it asks for none.
+QSize& ShotSize() {
+  static QSize size;
+  return size;
+}
+
 int Grab(const Desktop& desktop, const std::string& panel, const std::string& file, std::ostream& err) {
   PanelWindow* window = desktop.WindowOf(panel);
   if (window == nullptr) {
     err << "vexmor: the panel " << panel << " is not open\n";
     return 1;
   }
+  if (ShotSize().isValid()) window->resize(ShotSize().expandedTo(window->minimumSizeHint()));
   Settle();
   if (!window->grab().save(QString::fromStdString(file), "PNG")) {
     err << "vexmor: cannot write " << file << '\n';
@@ -250,11 +265,62 @@ int Grab(const Desktop& desktop, const std::string& panel, const std::string& fi
 
 }  // namespace
 
+void SetScreenshotSize(int width, int height) {
+  ShotSize() = width > 0 && height > 0 ? QSize(width, height) : QSize();
+}
+
+namespace {
+
+bool SavePicture(const QPixmap& picture, const std::string& file, std::ostream& err) {
+  if (picture.save(QString::fromStdString(file), "PNG")) return true;
+  err << "vexmor: cannot write " << file << '\n';
+  return false;
+}
+
+// "out.png" -> "out-message.png", as the tool windows name it.
+std::string MessagePictureName(const std::string& file) {
+  const size_t dot = file.rfind('.');
+  const size_t slash = file.rfind('/');
+  const bool hasExtension = dot != std::string::npos && (slash == std::string::npos || dot > slash);
+  return hasExtension ? file.substr(0, dot) + "-message" + file.substr(dot) : file + "-message";
+}
+
+}  // namespace
+
 int SaveScreenshotAfter(std::string_view script, const std::string& panel, const std::string& file,
                         std::ostream& out, std::ostream& err) {
+  if (FindPanelType(panel) == nullptr) {
+    err << "vexmor: no panel named " << panel << '\n';
+    return 2;
+  }
   int grabbed = 1;
-  const int status =
-      RunScriptOnScreen(script, out, err, [&](Desktop& desktop) { grabbed = Grab(desktop, panel, file, err); });
+  QPixmap lastMessage;
+  const auto start = [&lastMessage](Desktop& desktop, QtPlatform& platform) {
+    desktop.KeepLastPictures();
+    platform.onMessageShown = [&lastMessage](QWidget& box) { lastMessage = box.grab(); };
+  };
+  const auto end = [&](Desktop& desktop) {
+    if (desktop.WindowOf(panel) != nullptr) {
+      grabbed = Grab(desktop, panel, file, err);
+      return;
+    }
+    // The script closed the panel (a conversion that ends by closing it):
+    // the window as it was just before, and the last message shown.
+    const QPixmap* before = desktop.LastPicture(panel);
+    if (before == nullptr) {
+      err << "vexmor: the panel " << panel << " was not open when the script ended\n";
+      return;
+    }
+    grabbed = SavePicture(*before, file, err) ? 0 : 1;
+    err << "vexmor: the script closed " << panel << "; " << file << " shows it just before it closed";
+    if (grabbed == 0 && !lastMessage.isNull()) {
+      const std::string messageFile = MessagePictureName(file);
+      if (!SavePicture(lastMessage, messageFile, err)) grabbed = 1;
+      err << ", " << messageFile << " the last message";
+    }
+    err << '\n';
+  };
+  const int status = RunScriptOnScreen(script, out, err, end, start);
   return status != 0 ? status : grabbed;
 }
 

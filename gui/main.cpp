@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <sstream>
 #include <string>
 
 #include "desktop.h"
@@ -20,6 +21,9 @@ constexpr const char* kUsage =
     "       vexmor --screenshot PANEL FILE [SCRIPT]\n"
     "                                       save the window of a panel as a PNG picture; with a\n"
     "                                       panel script, as the script leaves it\n"
+    "       vexmor --screenshot PANEL FILE [SCRIPT] --size WIDTHxHEIGHT\n"
+    "                                       the same with the window at that size\n"
+    "       vexmor -h | --help              this text\n"
     "Without a screen, --script and --screenshot use Qt's offscreen platform.\n";
 
 bool HasScreen() {
@@ -51,9 +55,28 @@ std::optional<std::string> ReadScript(const std::string& file) {
   return text;
 }
 
+// "--size 900x700" behind the screenshot's arguments: taken out of argv.
+bool TakeSize(int& argc, char** argv, int& width, int& height) {
+  for (int i = 1; i + 1 < argc; ++i) {
+    if (std::string(argv[i]) != "--size") continue;
+    char x = 0;
+    std::istringstream in(argv[i + 1]);
+    if (!(in >> width >> x >> height) || x != 'x' || width <= 0 || height <= 0 || !in.eof()) return false;
+    for (int k = i; k + 2 <= argc; ++k) argv[k] = argv[k + 2];
+    argc -= 2;
+    return true;
+  }
+  return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  int width = 0, height = 0;
+  if (!TakeSize(argc, argv, width, height)) {
+    std::cerr << "vexmor: --size takes WIDTHxHEIGHT in pixels, such as 900x700 (vexmor --help shows the usage)\n";
+    return 2;
+  }
   const std::string mode = argc > 1 ? argv[1] : "";
   const bool script = mode == "--script" && argc == 3;
   const bool screenshot = mode == "--screenshot" && (argc == 4 || argc == 5);
@@ -62,7 +85,12 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (!(argc == 1 || script || screenshot)) {
-    std::cerr << kUsage;
+    if (mode == "--script" || mode == "--screenshot") {
+      std::cerr << "vexmor: " << mode << " takes " << (mode == "--script" ? "one script file" : "PANEL FILE [SCRIPT]")
+                << " (vexmor --help shows the usage)\n";
+    } else {
+      std::cerr << "vexmor: unknown argument '" << mode << "' (vexmor --help shows the usage)\n";
+    }
     return 2;
   }
   if (!HasScreen()) {
@@ -84,6 +112,7 @@ int main(int argc, char** argv) {
   QApplication::setQuitOnLastWindowClosed(false);
   if (script) return vexmor::RunScriptOnScreen(*text, std::cout, std::cerr);
   if (screenshot) {
+    vexmor::SetScreenshotSize(width, height);
     // A file dialog of the script makes its folder the current one: the
     // picture goes where the user asked from.
     std::error_code ec;

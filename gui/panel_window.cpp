@@ -261,6 +261,54 @@ QStringList TabNames(const Control& c) {
   return names;
 }
 
+// Wide enough for the path of a field file as a user keeps them, so that a
+// field shows the whole name rather than its tail.
+constexpr const char* kTypicalPath = "/home/geo/survey-2024/line-01/shots/SHOT0001.ABM";
+
+int TypicalPathWidth(const QWidget& w) { return w.fontMetrics().horizontalAdvance(QString::fromLatin1(kTypicalPath)); }
+
+class PathEdit : public QLineEdit {
+ public:
+  QSize sizeHint() const override {
+    QSize hint = QLineEdit::sizeHint();
+    hint.setWidth(std::max(hint.width(), TypicalPathWidth(*this) + 16));
+    return hint;
+  }
+};
+
+class PathList : public QListWidget {
+ public:
+  QSize sizeHint() const override {
+    QSize hint = QListWidget::sizeHint();
+    hint.setWidth(std::max(hint.width(), TypicalPathWidth(*this) + 32));
+    return hint;
+  }
+};
+
+// Controls that take the height the user gives the window.
+bool Grows(const Control& c) {
+  switch (c.Kind()) {
+    case ControlKind::List:
+    case ControlKind::RichText:
+    case ControlKind::Drawing: return true;
+    case ControlKind::Text: return c.MultiLine();
+    default: return false;
+  }
+}
+
+// Gives the item that holds target, at any depth of layout, the stretch of
+// its box layouts. True when target stands in layout.
+bool StretchTowards(QLayout* layout, QWidget* target) {
+  for (int i = 0; i < layout->count(); ++i) {
+    QLayoutItem* item = layout->itemAt(i);
+    const bool here = item->widget() == target || (item->layout() != nullptr && StretchTowards(item->layout(), target));
+    if (!here) continue;
+    if (auto* box = qobject_cast<QBoxLayout*>(layout)) box->setStretch(i, 1);
+    return true;
+  }
+  return false;
+}
+
 bool HasLabelBeside(const Control& c) {
   switch (c.Kind()) {
     case ControlKind::Text:
@@ -397,7 +445,15 @@ void PanelWindow::Build() {
       });
     });
   }
-  root_->body->addStretch(1);
+  // Spare height goes to the lists and texts; without any, below the controls.
+  root_->body->addStretch(0);
+  for (Bound& b : bound_) {
+    if (b.widget == nullptr || !Grows(*b.control)) continue;
+    for (QWidget* w = b.widget; w != nullptr && w != this; w = w->parentWidget()) {
+      QWidget* holder = w->parentWidget();
+      if (holder != nullptr && holder->layout() != nullptr) StretchTowards(holder->layout(), w);
+    }
+  }
   // A panel with nothing on it yet still gets a window whose title, its
   // name, can be read.
   if (form_->Controls().empty()) setMinimumSize(320, 120);
@@ -416,7 +472,7 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
   switch (c.Kind()) {
     case ControlKind::Text: {
       if (c.MultiLine()) return new QPlainTextEdit;
-      auto* edit = new QLineEdit;
+      auto* edit = new PathEdit;
       if (auto twips = FindLayoutHint(form_->Name(), c.Name(), "twips")) {
         // 15 twips to a pixel on a screen of 96 dots an inch.
         edit->setMinimumWidth(std::atoi(std::string(*twips).c_str()) / 15);
@@ -450,7 +506,7 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
       containers_[c.Name()] = std::move(container);
       return box;
     }
-    case ControlKind::List: return new QListWidget;
+    case ControlKind::List: return new PathList;
     case ControlKind::Combo: {
       auto* combo = new QComboBox;
       // Its text before a line is chosen is a value, not a grey hint.

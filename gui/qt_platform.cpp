@@ -161,8 +161,9 @@ int QtPlatform::MessageBox(const std::string& text, int buttonsCode, const std::
       if (b.answer == scriptedAnswer) target = b.button;
     }
     QPointer<QMessageBox> guard(&box);
-    QTimer::singleShot(0, &box, [guard, target] {
+    QTimer::singleShot(0, &box, [this, guard, target] {
       if (!guard) return;
+      if (onMessageShown) onMessageShown(*guard);
       if (QAbstractButton* button = guard->button(target)) {
         button->click();
       } else {

@@ -8,6 +8,7 @@
 #include <QFont>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <string>
 
 #include "platform/answer_queue.h"
@@ -50,6 +51,10 @@ class QtPlatform : public Platform {
   bool PrintText(const PrintJob& job) override;
 
   bool Busy() const { return busy_; }
+
+  // Under a script, called with each message box just before it is
+  // answered (a screenshot keeps the last one).
+  std::function<void(QWidget&)> onMessageShown;
 
  private:
   void Write(const std::string& line) {

@@ -7,6 +7,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 #include <cstdlib>
 #include <set>
 
@@ -18,9 +22,31 @@ namespace vexmor {
 
 namespace {
 
-std::set<pid_t>& Started() {
-  static std::set<pid_t> started;
-  return started;
+// The jobs not reaped yet. Each has a thread of its own that waits for its
+// end, so that a finished program never lingers as a zombie, whether or not
+// the panels pump events meanwhile. Never destroyed: a waiting thread may
+// still touch them while the program exits.
+struct JobTable {
+  std::mutex lock;
+  std::condition_variable ended;
+  std::set<pid_t> running;
+};
+
+JobTable& Jobs() {
+  static JobTable* jobs = new JobTable;
+  return *jobs;
+}
+
+void WaitInBackground(pid_t pid) {
+  std::thread([pid] {
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
+    JobTable& jobs = Jobs();
+    const std::lock_guard<std::mutex> hold(jobs.lock);
+    jobs.running.erase(pid);
+    jobs.ended.notify_all();
+  }).detach();
 }
 
 bool StartsWithNoCase(const std::string& s, std::string_view prefix) {
@@ -142,7 +168,6 @@ std::vector<std::string> JobCommand(const ShellCommand& command, int style) {
 
 int StartJob(const std::vector<std::string>& argv) {
   if (argv.empty() || access(argv[0].c_str(), X_OK) != 0) return 0;
-  ReapJobs();
   std::vector<char*> args;
   for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
   args.push_back(nullptr);
@@ -155,36 +180,29 @@ int StartJob(const std::vector<std::string>& argv) {
   const int rc = posix_spawn(&pid, argv[0].c_str(), &actions, nullptr, args.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (rc != 0) return 0;
-  Started().insert(pid);
+  {
+    JobTable& jobs = Jobs();
+    const std::lock_guard<std::mutex> hold(jobs.lock);
+    jobs.running.insert(pid);
+  }
+  WaitInBackground(pid);
   return static_cast<int>(pid);
 }
 
 void ReapJobs() {
-  auto& started = Started();
-  for (auto it = started.begin(); it != started.end();) {
-    int status = 0;
-    const pid_t r = waitpid(*it, &status, WNOHANG);
-    if (r == *it || (r < 0 && errno == ECHILD)) {
-      it = started.erase(it);
-    } else {
-      ++it;
-    }
-  }
+  // Each job's own thread reaps it; nothing is left to do here.
 }
 
 void WaitForJobs() {
-  auto& started = Started();
-  for (pid_t pid : started) {
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-  }
-  started.clear();
+  JobTable& jobs = Jobs();
+  std::unique_lock<std::mutex> hold(jobs.lock);
+  jobs.ended.wait(hold, [&jobs] { return jobs.running.empty(); });
 }
 
 int RunningJobs() {
-  ReapJobs();
-  return static_cast<int>(Started().size());
+  JobTable& jobs = Jobs();
+  const std::lock_guard<std::mutex> hold(jobs.lock);
+  return static_cast<int>(jobs.running.size());
 }
 
 bool JobRunning(int task) {

@@ -37,7 +37,8 @@ std::vector<std::string> JobCommand(const ShellCommand& command, int style);
 // Gives its process id, 0 if it could not be started.
 int StartJob(const std::vector<std::string>& argv);
 
-// Reaps the jobs that have ended; never blocks.
+// Jobs are reaped as they end, by a thread that waits for each; this is
+// kept for callers that poll and does nothing more.
 void ReapJobs();
 // Waits for every job started here.
 void WaitForJobs();

@@ -48,6 +48,15 @@ bool ReadScript(const std::string& script, std::string& text) {
   return true;
 }
 
+constexpr const char* kUsage =
+    "usage: vexmor-bat [--close] [--wait] SCRIPT.bat [ARGS...]\n"
+    "  runs a job script (.bat) line by line: our Seismic Unix tools, pipes and\n"
+    "  redirections, copy, del, pause, echo, rem, cd, exit; %1..%9 are ARGS\n"
+    "  --close   the window closes at the end (the job had the interpreter prefix)\n"
+    "  --wait    at the end, wait for Enter on a terminal before closing\n"
+    "  -h, --help  this text\n"
+    "Exit status: that of the last line of the script.\n";
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -60,12 +69,18 @@ int main(int argc, char** argv) {
       wait = false;
     } else if (a == "--wait") {
       wait = true;
+    } else if (a == "-h" || a == "--help") {
+      std::cout << kUsage;
+      return 0;
+    } else if (a.size() > 1 && a[0] == '-') {
+      std::cerr << "vexmor-bat: unknown option " << a << " (vexmor-bat --help shows the usage)\n";
+      return 2;
     } else {
       break;
     }
   }
   if (at >= argc) {
-    std::cerr << "usage: vexmor-bat [--close] [--wait] SCRIPT.bat [args]\n";
+    std::cerr << kUsage;
     return 1;
   }
   vexmor::bat::Options options;

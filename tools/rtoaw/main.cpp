@@ -28,7 +28,7 @@ const char* const kUsage =
     "  -r        samples as stored: unsigned 8- and 16-bit values keep their zero at 128 or 32768\n"
     "  -w        two samples to one word, as the direct DZT to SU conversion reads the file: a\n"
     "            1024-byte header, then traces of half the samples per scan (ASCII import gives the same)\n"
-    "  -h        this text\n"
+    "  -h, --help  this text\n"
     "The text has one row for each sample and one column for each scan, separated by commas.\n"
 #ifdef VEXMOR_TOOL_WINDOW
     "Started with no argument on a desktop, rtoaw opens its window.\n"
@@ -43,9 +43,13 @@ bool SameFile(const std::string& a, const std::string& b) {
          sa.st_ino == sb.st_ino;
 }
 
+// A wrong argument gets one line naming it; no argument at all, the usage.
 int Usage(const std::string& error) {
-  if (!error.empty()) std::cerr << "rtoaw: " << error << '\n';
-  std::cerr << kUsage;
+  if (error.empty()) {
+    std::cerr << kUsage;
+  } else {
+    std::cerr << "rtoaw: " << error << " (rtoaw --help shows the usage)\n";
+  }
   return 2;
 }
 
@@ -76,7 +80,7 @@ int main(int argc, char** argv) {
         } catch (const std::exception&) {
           options.channel = 0;
         }
-        if (options.channel < 1) return Usage("the channel is a number from 1");
+        if (options.channel < 1) return Usage(arg + " takes a channel number from 1, not '" + value + "'");
       }
     } else if (arg.size() > 1 && arg[0] == '-') {
       return Usage("unknown option " + arg);
@@ -90,7 +94,9 @@ int main(int argc, char** argv) {
   }
   if (argc == 1 && DesktopPresent()) return RunRtoawWindow(argc, argv, "", "");
 #endif
-  if (files.empty() || files.size() > 2) return Usage(files.empty() ? "" : "one DZT file at a time");
+  if (files.empty() || files.size() > 2) {
+    return Usage(files.empty() ? "" : "one DZT file at a time: '" + files[2] + "' is one too many");
+  }
   const std::string input = files[0];
   const std::string output = files.size() > 1 ? files[1] : "";
   try {

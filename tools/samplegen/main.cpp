@@ -258,10 +258,25 @@ void KgsFloating(const fs::path& dir) {
 
 }  // namespace
 
+constexpr const char* kUsage =
+    "usage: samplegen OUTDIR\n"
+    "  writes small synthetic field records, one folder for each format (OUTDIR/abem,\n"
+    "  OUTDIR/es1225, ...), the same bytes on every run\n";
+
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: samplegen OUTDIR\n  writes OUTDIR/abem, es1225, oyo, mcseis3, bison, dolang, pasi and ambrogeo\n");
-    std::fprintf(stderr, "usage: samplegen OUTDIR\n  writes OUTDIR/abem, es1225, oyo, mcseis3, kgsi and kgs\n");
+  const std::string first = argc > 1 ? argv[1] : "";
+  if (first == "-h" || first == "--help") {
+    std::fputs(kUsage, stdout);
+    return 0;
+  }
+  if (argc != 2 || (first.size() > 1 && first[0] == '-')) {
+    if (argc > 2) {
+      std::fprintf(stderr, "samplegen: one output folder only, '%s' is one too many (samplegen --help shows the usage)\n", argv[2]);
+    } else if (argc == 2) {
+      std::fprintf(stderr, "samplegen: unknown option %s (samplegen --help shows the usage)\n", argv[1]);
+    } else {
+      std::fputs(kUsage, stderr);
+    }
     return 2;
   }
   try {

@@ -61,7 +61,7 @@ Params::Params(const std::string& tool, int argc, char** argv, const std::vector
       }
     }
     if (eq == std::string::npos || eq == 0) {
-      throw ToolError("'" + word + "' is not a key=value parameter");
+      throw BadParameter("'" + word + "' is not a key=value parameter");
     }
     const std::string key = word.substr(0, eq);
     bool isKnown = false;
@@ -90,7 +90,7 @@ std::optional<int64_t> Params::IntIfGiven(const std::string& key) const {
   if (!text.empty() && text[0] == '+') ++begin;
   const auto [end, ec] = std::from_chars(begin, text.data() + text.size(), value);
   if (text.empty() || ec != std::errc() || end != text.data() + text.size()) {
-    throw ToolError("bad value for " + key + ": '" + text + "' (a whole number is expected)");
+    throw BadParameter("bad value for " + key + ": '" + text + "' (a whole number is expected)");
   }
   return value;
 }
@@ -104,12 +104,20 @@ int RunTool(const char* tool, const char* usage, int argc, char** argv, bool usa
   Name() = tool;
   // A closed pipe shows as a failing write, reported, not as a silent death.
   signal(SIGPIPE, SIG_IGN);
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "-h") == 0 || std::strcmp(argv[i], "--help") == 0) {
+      std::fputs(usage, stdout);
+      return std::fflush(stdout) == 0 ? 0 : 1;
+    }
+  }
   if (argc <= 1 && usageWithoutParams && isatty(0)) {
     std::fputs(usage, stderr);
     return 1;
   }
   try {
     return body(argc, argv);
+  } catch (const BadParameter& e) {
+    Note(std::string(e.what()) + " (" + tool + " --help shows the usage)");
   } catch (const ToolError& e) {
     Note(e.what());
   } catch (const std::bad_alloc&) {

@@ -21,6 +21,11 @@ struct ToolError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A parameter the tool cannot take; the message points to the usage.
+struct BadParameter : ToolError {
+  using ToolError::ToolError;
+};
+
 class Params {
  public:
   // Reads key=value words; anything else is an error. Keys not in `known`
@@ -38,8 +43,9 @@ class Params {
 };
 
 // Runs body, turning a ToolError (or any other exception) into a message
-// "tool: text" on standard error and exit status 1. The usage text is shown
-// when there are no parameters and standard input is a terminal.
+// "tool: text" on standard error and exit status 1. -h or --help prints the
+// usage on standard output (status 0); with no parameters and a terminal as
+// standard input it goes to standard error (status 1).
 int RunTool(const char* tool, const char* usage, int argc, char** argv, bool usageWithoutParams,
             int (*body)(int argc, char** argv));
 
