@@ -25,6 +25,12 @@ constexpr LayoutHint kHints[] = {
     {"ASCII2SU", "Command1", "beside", "Text1"},
     {"ASCII2SU", "Command2", "beside", "Text2"},
     {"DT1", "Text1", "minwidth", "360"},
+    {"SU2SGY", "Text3", "minwidth", "360"},
+    {"SU2SGY", "Text4", "minwidth", "360"},
+    {"SU2SGY", "Text5", "minwidth", "360"},
+    {"SU2SGY", "Text6", "minwidth", "360"},
+    {"SU2SGY", "Text7", "minwidth", "360"},
+    {"SU2SGY", "Text8", "minwidth", "360"},
     {"DZT_old", "Text1", "minwidth", "360"},
     {"ASCII2SU", "Text1", "minwidth", "360"},
     // The guide's steps stand one under the other, below rtoaw's picture.

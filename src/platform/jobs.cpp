@@ -206,8 +206,10 @@ int RunningJobs() {
 }
 
 bool JobRunning(int task) {
-  ReapJobs();
-  return task > 0 && Started().count(static_cast<pid_t>(task)) > 0;
+  if (task <= 0) return false;
+  JobTable& jobs = Jobs();
+  const std::lock_guard<std::mutex> hold(jobs.lock);
+  return jobs.running.count(static_cast<pid_t>(task)) > 0;
 }
 
 }  // namespace vexmor

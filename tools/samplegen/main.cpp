@@ -176,6 +176,8 @@ void Ambrogeo(const fs::path& dir) {
     record.samples = Scaled<int16_t>(ShotGather(24, 200, 250, 6.0 * (shot - 1)), 8000);
     WriteText(dir / ("LINE" + std::to_string(shot) + ".DTA"), BuildAmbrogeoText(record));
   }
+}
+
 // KGS integer: two shots of 12 channels, 500 int16 samples at 250 us, one
 // file. Word 16 holds the channel count of the record, which the reader
 // also takes as tracf.

@@ -29,7 +29,7 @@ const char* const kUsage =
     "  -o FILE      write the SU traces to FILE\n"
     "  -d           multiply the samples by the DESCALING_FACTOR of each trace\n"
     "  -l           list, convert nothing\n"
-    "  -h           this text\n"
+    "  -h, --help   this text\n"
 #ifdef VEXMOR_TOOL_WINDOW
     "Started with no argument on a desktop, seg2su opens its window.\n"
     "  --screenshot FILE.png [-o OUT.su] [FILE...]   draw the window to a picture and end; with -o,\n"
@@ -152,7 +152,7 @@ int Convert(const Arguments& a) {
 int main(int argc, char** argv) {
   const Arguments a = ParseArguments(argc, argv);
   if (!a.error.empty()) {
-    std::cerr << "seg2su: " << a.error << '\n' << kUsage;
+    std::cerr << "seg2su: " << a.error << " (seg2su --help shows the usage)\n";
     return 2;
   }
   if (a.help) {
