@@ -3,20 +3,30 @@
 // inputs and type the options in, and the checks of the inputs against the
 // numbers the panel then holds.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <filesystem>
 #include <set>
 
 #include "convert.h"
 #include "core/binary_file.h"
+#include "core/mapped_file.h"
 #include "core/numbers.h"
 #include "core/shared_state.h"
 #include "core/su_trace.h"
-#include "panels/session.h"
+#include "core/text_reader.h"
+#include "formats/column_text.h"
+#include "formats/dt1.h"
+#include "importers/radar/dzt_words.h"
 #include "importers/radar/ramac_format.h"
 #include "importers/seismograph/abem_format.h"
+#include "importers/seismograph/ambrogeo_format.h"
+#include "importers/seismograph/bison_format.h"
+#include "importers/seismograph/dolang_format.h"
 #include "importers/seismograph/es1225_format.h"
 #include "importers/seismograph/oyo_format.h"
+#include "importers/seismograph/pasi_format.h"
+#include "panels/session.h"
 #include "utilities/su_ascii.h"
 
 namespace fs = std::filesystem;
@@ -516,6 +526,385 @@ void ChannelsConvert(PanelRun& run, const Job& job, const std::string& stage) {
   run.Do({"click", "Option8"});
 }
 
+// ------------------------------------------------------------ bison
+
+constexpr RouteOption kBisonOptions[] = {
+    {"channels", "Text3", "traces per record", "field 14 of the header"},
+    {"samples", "Text4", "samples per trace", "field 16 of the header"},
+    {"interval", "Text5", "sample interval, microseconds", "field 17 of the header (ms) x 1000"},
+    {"header", "Text7", "bytes of the header ahead of the traces", "up to the header's end mark"},
+};
+
+Plan BisonProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option14", "Bison");
+  run.Do({"answer", "dialog", SelectionAnswer(job, true)});
+  run.Do({"click", "Command5"});
+  TypeOptions(run, kBisonOptions, job);
+  Plan plan;
+  Show(plan, run, "Bison", kBisonOptions);
+  const double channels = Number(run, "Bison", "Text3");
+  const double samples = Number(run, "Bison", "Text4");
+  const double header = Number(run, "Bison", "Text7");
+  plan.interval = Number(run, "Bison", "Text5");
+  const std::string& probe = job.inputs.size() > 1 ? job.inputs[1] : job.inputs[0];
+  if (!Positive(plan, probe, channels, "channels", "channels") || !Positive(plan, probe, samples, "samples", "samples")) {
+    return plan;
+  }
+  // Five words carry four samples: the words of a trace must fit 16 bits.
+  AtMost(plan, probe, samples, 26213, "samples per trace");
+  AtMost(plan, probe, channels * static_cast<double>(job.inputs.size()), 32768, "traces in one output");
+  if (!plan.problems.empty()) return plan;
+  plan.samples = static_cast<int32_t>(samples);
+  plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  const int64_t words = BisonTraceWords(plan.samples);
+  NeedBytes(plan, job, static_cast<int64_t>(header) + static_cast<int64_t>(channels) * 2 * words,
+            "a record of " + PlainDigits(header) + " header bytes and " + PlainDigits(channels) + " traces of " +
+                std::to_string(words) + " words needs");
+  return plan;
+}
+
+void BisonConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command1"});
+}
+
+// ------------------------------------------------------------ pasi
+
+constexpr RouteOption kPasiOptions[] = {
+    {"channels", "Text3", "traces per record", "12"},
+    {"samples", "Text4", "samples per trace", "512"},
+    {"interval", "Text5", "sample interval, microseconds", "500"},
+};
+
+// A text record holds fewer values than the numbers need: the panel would
+// fill the rest with zeros.
+void NeedValues(Plan& plan, const std::string& file, int64_t size, int64_t found, int64_t need,
+                const std::string& record) {
+  if (found >= need) return;
+  plan.problems.push_back(file + ": " + Grouped(size) + " bytes holding " + Grouped(found) + " values, " + record +
+                          " needs " + Grouped(need));
+}
+
+Plan PasiProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option16", "pasi");
+  run.Do({"answer", "dialog", SelectionAnswer(job, false)});
+  run.Do({"click", "Command5"});
+  TypeOptions(run, kPasiOptions, job);
+  Plan plan;
+  Show(plan, run, "pasi", kPasiOptions);
+  const double channels = Number(run, "pasi", "Text3");
+  const double samples = Number(run, "pasi", "Text4");
+  plan.interval = Number(run, "pasi", "Text5");
+  const std::string& first = job.inputs[0];
+  if (!Positive(plan, first, channels, "channels", "channels") || !Positive(plan, first, samples, "samples", "samples")) {
+    return plan;
+  }
+  AtMost(plan, first, samples, 8131, "samples per trace");
+  AtMost(plan, first, channels * static_cast<double>(job.inputs.size()), 32768, "traces in one output");
+  if (!plan.problems.empty()) return plan;
+  plan.samples = static_cast<int32_t>(samples);
+  plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  if (!job.check) return plan;
+  const std::string record = "a record of " + PlainDigits(channels) + " channels × " + PlainDigits(samples) + " samples";
+  std::vector<float> trace(static_cast<size_t>(plan.samples));
+  for (size_t k = 0; k < job.inputs.size(); ++k) {
+    PasiReader reader(ReadWholeFile(job.inputs[k]));
+    int64_t found = 0;
+    for (int t = 0; t < static_cast<int>(channels); ++t) {
+      found += static_cast<int64_t>(std::min(reader.ReadTrace(trace), trace.size()));
+    }
+    NeedValues(plan, job.inputs[k], job.sizes[k], found, static_cast<int64_t>(channels) * plan.samples, record);
+  }
+  return plan;
+}
+
+void PasiConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command1"});
+}
+
+// ------------------------------------------------------------ ambrogeo
+
+constexpr RouteOption kAmbrogeoOptions[] = {
+    {"channels", "Text1", "traces per record", "line 8 of the record"},
+    {"samples", "Text3", "samples per trace", "line 9 of the record"},
+    {"interval", "", "sampling rate, microseconds (the panel's question)", "line 11 (12 channels) or 12 (24)"},
+};
+
+Plan AmbrogeoProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option19", "Ambrogeo");
+  run.Do({"answer", "dialog", SelectionAnswer(job, true)});
+  if (const std::string* interval = job.Value("interval")) run.Do({"answer", "prompt", *interval});
+  run.Do({"click", "Command5"});
+  TypeOptions(run, kAmbrogeoOptions, job);
+  Plan plan;
+  Show(plan, run, "Ambrogeo", kAmbrogeoOptions);
+  plan.numbers.emplace_back("interval", run.Text("Ambrogeo", "Text4"));
+  const double channels = Number(run, "Ambrogeo", "Text1");
+  const double samples = Number(run, "Ambrogeo", "Text3");
+  plan.interval = Number(run, "Ambrogeo", "Text4");
+  const std::string& probe = job.inputs.size() > 1 ? job.inputs[1] : job.inputs[0];
+  if (!Positive(plan, probe, channels, "channels", "channels") || !Positive(plan, probe, samples, "samples", "samples") ||
+      !Positive(plan, probe, plan.interval, "sampling rate", "interval")) {
+    return plan;
+  }
+  AtMost(plan, probe, samples, 32767, "samples per trace");
+  AtMost(plan, probe, channels, kAmbrogeoRowValues, "channels (a row holds 24 values)");
+  AtMost(plan, probe, channels * static_cast<double>(job.inputs.size()), 32768, "traces in one output");
+  if (!plan.problems.empty()) return plan;
+  plan.samples = static_cast<int32_t>(samples);
+  plan.traces = static_cast<int64_t>(channels) * static_cast<int64_t>(job.inputs.size());
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  if (!job.check) return plan;
+  std::vector<std::vector<int16_t>> matrix(1, std::vector<int16_t>(static_cast<size_t>(plan.samples)));
+  for (size_t k = 0; k < job.inputs.size(); ++k) {
+    const AmbrogeoRecord record = ReadAmbrogeoRecord(ReadWholeFile(job.inputs[k]), plan.samples, matrix);
+    if (record.rowsRead >= plan.samples) continue;
+    plan.problems.push_back(job.inputs[k] + ": " + Grouped(job.sizes[k]) + " bytes holding " +
+                            std::to_string(record.rowsRead) + " rows of 24 values behind its 37 header lines, " +
+                            PlainDigits(samples) + " samples need as many rows");
+  }
+  return plan;
+}
+
+// ------------------------------------------------------------ dt1
+
+constexpr RouteOption kDt1Options[] = {
+    {"traces", "Text8", "traces of the line", "NUMBER OF TRACES of the .HD"},
+    {"samples", "Text6", "points per trace", "NUMBER OF PTS/TRC of the .HD"},
+    {"interval", "Text5", "sampling interval, nanoseconds", "TOTAL TIME WINDOW / points of the .HD"},
+    {"spacing", "Text4", "distance between traces", "(FINAL - STARTING POSITION) / traces of the .HD"},
+    {"time-zero", "Text3", "samples removed at the top of each trace", "TIMEZERO AT POINT of the .HD"},
+};
+
+Plan Dt1Probe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option17", "DT1");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command1"});
+  TypeOptions(run, kDt1Options, job);
+  Plan plan;
+  plan.intervalUnit = "ns";
+  Show(plan, run, "DT1", kDt1Options);
+  const std::string& input = job.inputs[0];
+  const double traces = RoundHalfEven(Number(run, "DT1", "Text8"));
+  const double samples = RoundHalfEven(Number(run, "DT1", "Text6"));
+  const double timeZero = RoundHalfEven(Number(run, "DT1", "Text3"));
+  plan.interval = Number(run, "DT1", "Text5");
+  if (!Positive(plan, input, traces, "traces", "traces") || !Positive(plan, input, samples, "points per trace", "samples") ||
+      !Positive(plan, input, samples - timeZero, "points below time zero", "time-zero")) {
+    return plan;
+  }
+  AtMost(plan, input, samples - timeZero, 8131, "samples per output trace");
+  if (!plan.problems.empty()) return plan;
+  plan.traces = static_cast<int64_t>(traces);
+  plan.samples = static_cast<int32_t>(samples - timeZero);
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  NeedBytes(plan, job, Dt1SamplesOffset(plan.traces, static_cast<int64_t>(samples)) + 2 * static_cast<int64_t>(samples),
+            "a line of " + PlainDigits(traces) + " traces of 128 header bytes + " + PlainDigits(samples) +
+                " points needs");
+  return plan;
+}
+
+void Dt1Convert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command3"});
+}
+
+// ------------------------------------------------------------ ascii
+
+constexpr RouteOption kAsciiOptions[] = {
+    {"samples", "Text3", "samples per trace (rows)", "512"},
+    {"traces", "Text5", "traces (columns)", "(values - 1) / samples, as the panel counts"},
+    {"interval", "Text4", "sample interval, written to dt as given", "100"},
+    {"radar", "", "mark the traces as radar traces (nhs 95)", "off", true},
+};
+
+Plan AsciiProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option23", "ASCII2SU");
+  const std::string& input = job.inputs[0];
+  Plan plan;
+  int64_t values = 0;
+  try {
+    values = CountColumnValues(MappedFile(input).Text());
+  } catch (const std::exception&) {
+    plan.problems.push_back(input + ": can't be read");
+    return plan;
+  }
+  const double samples = RoundHalfEven(LeadingNumber(job.ValueOr("samples", "512")));
+  const double counted = samples == 0 ? 0 : RoundHalfEven(static_cast<double>(values - 1) / samples);
+  run.Do({"set", "Text1", input});
+  run.Do({"set", "Text3", PlainDigits(samples)});
+  run.Do({"set", "Text5", job.ValueOr("traces", PlainDigits(counted))});
+  run.Do({"set", "Text4", job.ValueOr("interval", "100")});
+  if (job.Value("radar") != nullptr) run.Do({"click", "Check1"});
+  Show(plan, run, "ASCII2SU", kAsciiOptions);
+  plan.numbers.emplace_back("radar", job.Value("radar") != nullptr ? "yes" : "no");
+  plan.numbers.emplace_back("values", Grouped(values));
+  const double traces = RoundHalfEven(Number(run, "ASCII2SU", "Text5"));
+  plan.interval = RoundHalfEven(Number(run, "ASCII2SU", "Text4"));
+  if (!Positive(plan, input, samples, "samples", "samples") || !Positive(plan, input, traces, "traces", "traces") ||
+      !Positive(plan, input, plan.interval, "interval", "interval")) {
+    return plan;
+  }
+  AtMost(plan, input, samples, 8131, "samples per trace");
+  AtMost(plan, input, traces, 32767, "traces");
+  if (!plan.problems.empty()) return plan;
+  plan.samples = static_cast<int32_t>(samples);
+  plan.traces = static_cast<int64_t>(traces);
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  if (values < plan.traces * plan.samples) {
+    plan.problems.push_back(input + ": " + Grouped(job.sizes[0]) + " bytes holding " + Grouped(values) +
+                            " values, " + PlainDigits(traces) + " traces × " + PlainDigits(samples) +
+                            " samples need " + Grouped(plan.traces * plan.samples));
+  }
+  return plan;
+}
+
+void AsciiConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command3"});
+}
+
+// ------------------------------------------------------------ dzt
+
+constexpr RouteOption kDztOptions[] = {
+    {"samples", "Text3", "words per trace (two samples each)", "samples per scan / 2 of the header"},
+    {"traces", "Text5", "traces", "the bytes behind the 1024 of the header"},
+    {"interval", "Text4", "sampling rate, nanoseconds (needed: the header's is not read)", "none"},
+    {"bits", "", "bits of a sample: 8 or 16", "the header"},
+    {"spacing", "Text6", "distance between traces", "0.10"},
+};
+
+Plan DztProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option18", "DZT2");
+  run.Do({"click", "Command2"});
+  run.Do({"use", "DZT_old"});
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command1"});
+  TypeOptions(run, kDztOptions, job);
+  Plan plan;
+  plan.intervalUnit = "ns";
+  const std::string& input = job.inputs[0];
+  if (const std::string* bits = job.Value("bits")) {
+    if (*bits != "8" && *bits != "16") {
+      plan.problems.push_back("--bits " + *bits + ": 8 or 16 expected");
+      return plan;
+    }
+    run.Do({"choose", "Combo1", *bits == "8" ? "0" : "1"});
+  }
+  Show(plan, run, "DZT_old", kDztOptions);
+  const std::string bits = run.Text("DZT_old", "Combo1");
+  plan.numbers.emplace_back("bits", bits);
+  const int width = bits == "8" ? 1 : 2;
+  const double words = RoundHalfEven(Number(run, "DZT_old", "Text3"));
+  const double traces = RoundHalfEven(Number(run, "DZT_old", "Text5"));
+  plan.interval = RoundHalfEven(Number(run, "DZT_old", "Text4"));
+  if (!Positive(plan, input, words, "words per trace", "samples") || !Positive(plan, input, traces, "traces", "traces") ||
+      !Positive(plan, input, plan.interval, "sampling rate (ns)", "interval")) {
+    return plan;
+  }
+  AtMost(plan, input, words, 8131, "words per trace");
+  AtMost(plan, input, plan.interval, 32767, "ns of sampling rate");
+  if (!plan.problems.empty()) return plan;
+  plan.samples = static_cast<int32_t>(words);
+  plan.traces = static_cast<int64_t>(traces);
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  // The count from the file's size rounds a last part-trace in or out: a
+  // file cut short in a trace says so, unless the traces are given.
+  const int64_t traceBytes = 2 * int64_t{plan.samples} * width;
+  const int64_t data = job.sizes[0] - kDztWordsHeaderBytes;
+  if (job.Value("traces") == nullptr && data % traceBytes != 0) {
+    plan.problems.push_back(input + ": " + Grouped(job.sizes[0]) + " bytes, 1024 header bytes and " + Grouped(data) +
+                            " more, not a whole number of traces of " + Grouped(traceBytes) +
+                            " bytes (cut short?); give --traces to convert what is there");
+  }
+  NeedBytes(plan, job, DztWordsTraceOffset(plan.traces + 1, plan.samples, width),
+            "1024 header bytes and " + PlainDigits(traces) + " traces of " + PlainDigits(words) + " words of " +
+                std::to_string(2 * width) + " bytes need");
+  return plan;
+}
+
+// ------------------------------------------------------------ dolang
+
+constexpr RouteOption kDolangOptions[] = {
+    {"channels", "Text2", "channels per record", "field 5 of the .ADT"},
+    {"records", "Text3", "records (shots)", "field 6 of the .ADT"},
+    {"samples", "Text6", "samples per trace", "field 9 of the .ADT"},
+    {"interval", "Text4", "sample interval, microseconds", "field 8 / field 9 of the .ADT x 1000"},
+};
+
+// The info file is the input whose name does not end in a digit: the
+// panel's selection passes it over among the channel files.
+bool IsChannelFile(const std::string& path) {
+  const std::string name = fs::path(path).filename().string();
+  return !name.empty() && std::isdigit(static_cast<unsigned char>(name.back()));
+}
+
+Plan DolangProbe(PanelRun& run, const Job& job) {
+  Plan plan;
+  std::vector<std::string> infos;
+  Job channels = job;
+  channels.inputs.clear();
+  channels.sizes.clear();
+  for (size_t k = 0; k < job.inputs.size(); ++k) {
+    if (IsChannelFile(job.inputs[k])) {
+      channels.inputs.push_back(job.inputs[k]);
+      channels.sizes.push_back(job.sizes[k]);
+    } else {
+      infos.push_back(job.inputs[k]);
+    }
+  }
+  if (infos.size() != 1 || channels.inputs.empty()) {
+    plan.problems.push_back(job.inputs[0] + ": one info file (.ADT) and the channel files (.A01, .A02, ...) expected "
+                            "among the inputs, found " + std::to_string(infos.size()) + " and " +
+                            std::to_string(channels.inputs.size()));
+    return plan;
+  }
+  OpenFromMain(run, "Option6", "DOLANG");
+  run.Do({"answer", "dialog", SelectionAnswer(job, false)});
+  run.Do({"answer", "dialog", infos[0]});
+  run.Do({"click", "Command6"});
+  TypeOptions(run, kDolangOptions, job);
+  Show(plan, run, "DOLANG", kDolangOptions);
+  const double perRecord = Number(run, "DOLANG", "Text2");
+  const double records = Number(run, "DOLANG", "Text3");
+  const double samples = Number(run, "DOLANG", "Text6");
+  plan.interval = Number(run, "DOLANG", "Text4");
+  const std::string& info = infos[0];
+  if (!Positive(plan, info, perRecord, "channels", "channels") || !Positive(plan, info, records, "records", "records") ||
+      !Positive(plan, info, samples, "samples", "samples") ||
+      !Positive(plan, info, plan.interval, "sample interval", "interval")) {
+    return plan;
+  }
+  AtMost(plan, info, samples, 8131, "samples per trace");
+  AtMost(plan, info, plan.interval, 32767, "microseconds of sample interval");
+  if (!plan.problems.empty()) return plan;
+  plan.traces = static_cast<int64_t>(perRecord) * static_cast<int64_t>(records);
+  if (plan.traces > static_cast<int64_t>(channels.inputs.size())) {
+    plan.problems.push_back(info + ": " + PlainDigits(records) + " records of " + PlainDigits(perRecord) +
+                            " channels need " + Grouped(plan.traces) + " channel files, " +
+                            std::to_string(channels.inputs.size()) + " given");
+    return plan;
+  }
+  plan.samples = static_cast<int32_t>(samples);
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+  if (!job.check) return plan;
+  std::vector<float> trace(static_cast<size_t>(plan.samples));
+  for (size_t k = 0; k < static_cast<size_t>(plan.traces); ++k) {
+    const size_t found = ReadChannelTrace(ReadWholeFile(channels.inputs[k]), trace);
+    NeedValues(plan, channels.inputs[k], channels.sizes[k], static_cast<int64_t>(found), plan.samples,
+               "a trace of " + PlainDigits(samples) + " samples");
+  }
+  return plan;
+}
+
+void DolangConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text5", Staged(stage, "out.su"));
+  run.Do({"click", "Command1"});
+}
+
 // ------------------------------------------------------------ the table
 
 const Route kRoutes[] = {
@@ -534,6 +923,18 @@ const Route kRoutes[] = {
     {"su2ascii-channels", "an SU file to one text file for each channel (OUTPUT01, OUTPUT02, ...)", "MainPanel",
      kChannelOptions, 1, ChannelsProbe, ChannelsConvert, "Conversion OK", ChannelEndings,
      " This module writes one file per channel"},
+    {"bison", "Bison 5000 records to SU", "Bison", kBisonOptions, 99, BisonProbe, BisonConvert, "OK, Conversion done"},
+    {"pasi", "PASI LCM-12 text records to SU", "pasi", kPasiOptions, 99, PasiProbe, PasiConvert, "Conversion, done !"},
+    {"ambrogeo", "Ambrogeo text records to SU", "Ambrogeo", kAmbrogeoOptions, 99, AmbrogeoProbe, BisonConvert,
+     "OK, Conversion done"},
+    {"dt1", "an EKKO radar line (.DT1 with its .HD) to SU", "DT1", kDt1Options, 1, Dt1Probe, Dt1Convert,
+     "OK, Conversion done"},
+    {"ascii", "a text of columns, a trace a column, to SU", "ASCII2SU", kAsciiOptions, 1, AsciiProbe, AsciiConvert,
+     "Conversion OK! "},
+    {"dzt", "a GSSI DZT radar file to SU, read directly", "DZT_old", kDztOptions, 1, DztProbe, AsciiConvert,
+     "Conversion OK! "},
+    {"dolang", "a Dolang shot (its channel files and its .ADT) to SU", "DOLANG", kDolangOptions, 100, DolangProbe,
+     DolangConvert, "OK Conversion done"},
 };
 
 }  // namespace
