@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstring>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
@@ -335,19 +336,22 @@ TEST(Seg2Conversion, BadFilesAreNamedAndTheOthersStillConverted) {
         EXPECT_EQ(total, 5);
       });
   EXPECT_EQ(calls, 5);
-  EXPECT_EQ(r.filesDone, 2);
-  EXPECT_EQ(r.filesFailed, 3);
-  EXPECT_EQ(r.traces, 6);
-  ASSERT_EQ(su.bytes.size(), 6u * static_cast<size_t>(TraceSize(4)));
+  // The record cut short keeps its two complete traces.
+  EXPECT_EQ(r.filesDone, 3);
+  EXPECT_EQ(r.filesFailed, 2);
+  EXPECT_EQ(r.traces, 8);
+  EXPECT_EQ(r.tracesLost, 1);
+  ASSERT_EQ(su.bytes.size(), 8u * static_cast<size_t>(TraceSize(4)));
   for (const char* name : {"cut.dat", "text.dat", "missing.dat"}) {
     bool named = false;
     for (const std::string& m : r.messages) named = named || m.find(name) != std::string::npos;
     EXPECT_TRUE(named) << name;
   }
-  for (int t = 1; t <= 6; ++t) EXPECT_EQ(Word(su.bytes, 4, t, "tracl"), t);
+  for (int t = 1; t <= 8; ++t) EXPECT_EQ(Word(su.bytes, 4, t, "tracl"), t);
   EXPECT_EQ(Word(su.bytes, 4, 1, "fldr"), 1);
-  EXPECT_EQ(Word(su.bytes, 4, 4, "fldr"), 5);  // the file's place in the list
-  EXPECT_EQ(Sample(su.bytes, 4, 4, 0), 5.0f);
+  EXPECT_EQ(Word(su.bytes, 4, 4, "fldr"), 2);
+  EXPECT_EQ(Word(su.bytes, 4, 6, "fldr"), 5);  // the file's place in the list
+  EXPECT_EQ(Sample(su.bytes, 4, 6, 0), 5.0f);
 }
 
 TEST(Seg2Conversion, ShorterRecordsArePaddedToTheLongest) {
@@ -378,14 +382,22 @@ TEST(Seg2Robustness, TracesOfNoSamples) {
   EXPECT_EQ(Word(su.bytes, 0, 2, "ns"), 0);
 }
 
-TEST(Seg2Robustness, EveryCutOfAFileIsRefusedWithItsName) {
+TEST(Seg2Robustness, EveryCutOfAFileKeepsItsCompleteTracesOrIsRefusedWithItsName) {
   const std::vector<uint8_t> good = MakeSeg2({"COMPANY x"}, ThreeTraces({1, -2, 3, -4, 5}), 3, true);
+  const Seg2File whole = ReadBuffer(good);
   for (size_t n = 0; n < good.size(); ++n) {
     const std::vector<uint8_t> cut(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(n));
+    size_t complete = 0;
+    for (const Seg2Trace& t : whole.traces) {
+      if (t.dataOffset + Seg2SampleBytes(t.format, t.samples) <= static_cast<int64_t>(n)) ++complete;
+    }
     try {
-      ReadBuffer(cut, "cut.dat");
-      ADD_FAILURE() << "a file cut to " << n << " bytes was read";
+      const Seg2File f = ReadBuffer(cut, "cut.dat");
+      EXPECT_EQ(f.traces.size(), complete) << "cut to " << n << " bytes";
+      EXPECT_EQ(f.lostTraces, static_cast<int>(3 - complete));
+      for (size_t t = 0; t < f.traces.size(); ++t) Decode(cut, f, t);
     } catch (const Seg2Error& e) {
+      EXPECT_EQ(complete, 0u) << "cut to " << n << " bytes: " << e.what();
       EXPECT_EQ(std::string(e.what()).rfind("cut.dat: ", 0), 0u) << e.what();
     }
   }
@@ -436,6 +448,64 @@ TEST(Seg2SuProgram, ReportsBadFilesAndEndsNonZero) {
   EXPECT_NE(r.err.find("gone.dat"), std::string::npos) << r.err;
   EXPECT_NE(r.err.find("2 files could not be converted"), std::string::npos) << r.err;
   EXPECT_EQ(test::ReadBytes(dir / "out.su").size(), 3u * static_cast<size_t>(TraceSize(3)));
+}
+
+TEST(Seg2SuProgram, ARecordCutShortKeepsItsCompleteTracesAndSaysHowManyWereLost) {
+  TempDir dir;
+  const std::vector<uint8_t> good = MakeSeg2({}, ThreeTraces({1, 2, 3, 4}), 4, false);
+  test::WriteBytes(dir / "cut.dat", std::vector<uint8_t>(good.begin(), good.end() - 3));
+  const ProgramRun r = RunCommand(dir, kBin + "/seg2su -o " + dir / "out.su " + dir / "cut.dat");
+  EXPECT_EQ(r.status, 1) << "traces were lost";
+  EXPECT_NE(r.err.find("cut.dat: file cut short at " + std::to_string(good.size() - 3) +
+                       " bytes: 1 of its 3 traces lost, the 2 complete ones kept"),
+            std::string::npos)
+      << r.err;
+  EXPECT_NE(r.err.find("seg2su: 2 traces of 4 samples from 1 file written to " + dir / "out.su" +
+                       "; 1 trace lost in files cut short\n"),
+            std::string::npos)
+      << r.err;
+  // Two records of 240 + 4 x 4 bytes; trace 2 was written as 2, 4, 6, 8.
+  const std::vector<uint8_t> out = test::ReadBytes(dir / "out.su");
+  ASSERT_EQ(out.size(), 2u * 256u);
+  float second[4];
+  std::memcpy(second, out.data() + 256 + 240, sizeof second);
+  EXPECT_EQ(second[0], 2.0f);
+  EXPECT_EQ(second[3], 8.0f);
+}
+
+TEST(Seg2SuProgram, SaysWhatAFileThatIsNotSeg2LooksLike) {
+  TempDir dir;
+  test::WriteText(dir / "notes.dat", "LINE 4 shot log\r\nshot 1 at 0 m\r\nshot 2 at 2 m\r\n");
+  std::vector<uint8_t> segy(3600 + 240 + 40, 0);
+  segy[0] = 0xC3;  // "C" of the EBCDIC card image header
+  segy[3221] = 10;  // ns, high byte first
+  segy[3225] = 5;   // format 5
+  test::WriteBytes(dir / "line.sgy", segy);
+  std::vector<uint8_t> su(2 * (240 + 40), 0);
+  su[114] = 10;  // ns of each trace
+  su[280 + 114] = 10;
+  test::WriteBytes(dir / "line.su", su);
+  std::vector<uint8_t> dzt(4096, 0);
+  dzt[0] = 0xFF;
+  dzt[3] = 4;   // data at 1024, low byte first
+  dzt[5] = 2;   // 512 samples a scan
+  dzt[6] = 16;  // data bits
+  dzt[52] = 1;  // one channel
+  test::WriteBytes(dir / "radar.dzt", dzt);
+  test::WriteBytes(dir / "noise.bin", std::vector<uint8_t>(300, 0x80));
+  const ProgramRun r = RunCommand(dir, kBin + "/seg2su -o " + dir / "out.su " + dir / "notes.dat " +
+                                    dir / "line.sgy " + dir / "line.su " + dir / "radar.dzt " + dir / "noise.bin");
+  EXPECT_EQ(r.status, 1);
+  for (const std::string& said : std::vector<std::string>{
+           "notes.dat: not a SEG-2 file: it is text, beginning \"LINE 4 shot log\"",
+           "line.sgy: not a SEG-2 file: it looks like a SEG-Y file (segyread converts it)",
+           "line.su: not a SEG-2 file: it looks like an SU file already (2 traces of 10 samples)",
+           "radar.dzt: not a SEG-2 file: it looks like a GSSI DZT radar file (rtoaw reads it)",
+           "noise.bin: not a SEG-2 file: its first bytes are no format seg2su knows",
+           "seg2su: nothing written to " + dir / "out.su" + ": none of the 5 files could be converted\n"}) {
+    EXPECT_NE(r.err.find(said), std::string::npos) << said << "\nin:\n" << r.err;
+  }
+  EXPECT_FALSE(std::filesystem::exists(dir / "out.su"));
 }
 
 TEST(Seg2SuProgram, WritesToStandardOutputAndLeavesAnOutputAloneWhenNothingConverts) {

@@ -89,6 +89,53 @@ inline void WriteRamac(const std::string& base, const std::vector<std::vector<in
                                "\r\nLAST TRACE:" + std::to_string(traces.size()) + "\r\n");
 }
 
+// An EKKO line: NAME.DT1 (per trace a 128-byte header of floats: trace
+// number, position, points, bytes per point 2, time window; then int16
+// samples) and, if windowNs is above 0, NAME.HD beside it.
+inline void WriteDt1(const std::string& base, const std::vector<std::vector<int16_t>>& traces, double windowNs,
+                     float headerWindowNs = 0) {
+  std::vector<uint8_t> f;
+  for (size_t t = 0; t < traces.size(); ++t) {
+    const size_t at = f.size();
+    f.resize(at + 128 + 2 * traces[t].size(), 0);
+    PutLE(f, at, FloatWord(float(t + 1)), 4);
+    PutLE(f, at + 4, FloatWord(0.25f * float(t)), 4);
+    PutLE(f, at + 8, FloatWord(float(traces[t].size())), 4);
+    PutLE(f, at + 20, FloatWord(2), 4);
+    PutLE(f, at + 24, FloatWord(headerWindowNs), 4);
+    for (size_t k = 0; k < traces[t].size(); ++k) PutLE(f, at + 128 + 2 * k, uint16_t(traces[t][k]), 2);
+  }
+  WriteBytes(base + ".DT1", f);
+  if (windowNs > 0) {
+    WriteText(base + ".HD", "1234\r\r\nNUMBER OF TRACES   = " + std::to_string(traces.size()) +
+                                " \r\r\nNUMBER OF PTS/TRC  = " + std::to_string(traces.empty() ? 0 : traces[0].size()) +
+                                " \r\r\nTOTAL TIME WINDOW  = " + std::to_string(windowNs) + " \r\r\n");
+  }
+}
+
+// KGS records (integer: int16 samples, floating: float32), no file header:
+// 16-bit words, offset at 36, ns at 114, dt at 116, our mark 55AA at 118 if
+// asked, tracl at 170 (integer) or 172 (floating).
+inline std::vector<uint8_t> MakeKgs(const std::vector<std::vector<int16_t>>& traces, int dt, bool floating, bool mark) {
+  std::vector<uint8_t> f;
+  const size_t width = floating ? 4 : 2;
+  for (size_t t = 0; t < traces.size(); ++t) {
+    const size_t at = f.size();
+    f.resize(at + 240 + width * traces[t].size(), 0);
+    PutLE(f, at + 2, 1, 2);  // channel
+    PutLE(f, at + 36, 10 * (t + 1), 2);
+    PutLE(f, at + 114, traces[t].size(), 2);
+    PutLE(f, at + 116, uint64_t(dt), 2);
+    if (mark) PutLE(f, at + 118, 0x55AA, 2);
+    PutLE(f, at + (floating ? 172 : 170), t + 1, 2);
+    for (size_t k = 0; k < traces[t].size(); ++k) {
+      const int16_t v = traces[t][k];
+      PutLE(f, at + 240 + width * k, floating ? FloatWord(float(v)) : uint16_t(v), int(width));
+    }
+  }
+  return f;
+}
+
 // A trace of `ns` samples: a positive pulse around a third of the way down,
 // a negative one around two thirds.
 inline std::vector<double> Pulses(size_t ns, double amplitude = 1000) {

@@ -105,6 +105,57 @@ TEST(ViewerFormats, SuSeg2DztAndRamac) {
   }
 }
 
+TEST(ViewerFormats, Dt1AndKgsIntegerAndFloating) {
+  TempDir dir;
+  // 4 points in a 20 ns window: 5 ns a sample. Opened by either file.
+  test::WriteDt1(dir / "line", {{1, -1, 2, 9}, {3, -3, 4, 8}, {5, 6, 7, -9}}, 20);
+  for (const char* name : {"line.DT1", "line.HD"}) {
+    auto dt1 = FieldFile::Open(dir / name);
+    EXPECT_EQ(view::InfoLine(dt1->Info()), "format=DT1 traces=3 samples=4 interval=5 byte_order=little");
+    EXPECT_TRUE(dt1->Info().radar);
+    const Read r = TraceOf(*dt1, 1);
+    EXPECT_EQ(r.samples, (std::vector<float>{3, -3, 4, 8}));
+    EXPECT_EQ(Word(r, "tracl"), 2);
+    EXPECT_EQ(Word(r, "nhs"), 95);
+    EXPECT_EQ(Word(r, "dt"), 5000);
+    EXPECT_TRUE(dt1->Notes().empty()) << dt1->Notes().front();
+  }
+  // No .HD and the last trace cut: the trace header's window, the cut
+  // trace padded, both told.
+  test::WriteDt1(dir / "bare", {{1, 2, 3, 4}, {5, 6, 7, 8}}, 0, 40);
+  std::vector<uint8_t> bytes = test::ReadBytes(dir / "bare.DT1");
+  bytes.resize(bytes.size() - 4);
+  test::WriteBytes(dir / "bare.DT1", bytes);
+  auto bare = FieldFile::Open(dir / "bare.DT1");
+  EXPECT_EQ(view::InfoLine(bare->Info()), "format=DT1 traces=2 samples=4 interval=10 byte_order=little");
+  EXPECT_EQ(TraceOf(*bare, 1).samples, (std::vector<float>{5, 6, 0, 0}));
+  ASSERT_EQ(bare->Notes().size(), 2u);
+  EXPECT_NE(bare->Notes()[0].find(".HD"), std::string::npos);
+
+  // KGS floating is SU-sized: our mark tells it, whatever the name; KGS
+  // integer without the mark is known by its .EVD name.
+  const std::vector<std::vector<int16_t>> kgs = {{100, -200, 300}, {-4, 5, -6}};
+  test::WriteBytes(dir / "f.bin", test::MakeKgs(kgs, 250, true, true));
+  test::WriteBytes(dir / "i.EVD", test::MakeKgs(kgs, 250, false, false));
+  test::WriteBytes(dir / "m.bin", test::MakeKgs(kgs, 250, false, true));
+  test::WriteBytes(dir / "u.DAT", test::MakeKgs(kgs, 250, true, false));
+  for (const auto& [name, format] : {std::pair{"f.bin", "KGS-floating"}, std::pair{"i.EVD", "KGS-integer"},
+                                     std::pair{"m.bin", "KGS-integer"}, std::pair{"u.DAT", "KGS-floating"}}) {
+    auto f = FieldFile::Open(dir / name);
+    EXPECT_EQ(view::InfoLine(f->Info()),
+              std::string("format=") + format + " traces=2 samples=3 interval=250 byte_order=little")
+        << name;
+    const Read r = TraceOf(*f, 1);
+    EXPECT_EQ(r.samples, (std::vector<float>{-4, 5, -6})) << name;
+    EXPECT_EQ(Word(r, "tracl"), 2) << name;
+    EXPECT_EQ(Word(r, "offset"), 20) << name;
+    EXPECT_EQ(Word(r, "nhs"), 0) << name;  // seismic, not radar
+  }
+  // The same unmarked integer bytes under another name are not taken for KGS.
+  test::WriteBytes(dir / "i.xyz", test::MakeKgs(kgs, 250, false, false));
+  EXPECT_EQ(FieldFile::Open(dir / "i.xyz")->Info().name, "SU");
+}
+
 TEST(ViewerFormats, BadFilesAreToldOrShownAsFarAsSound) {
   TempDir dir;
   test::WriteBytes(dir / "empty.sgy", {});
@@ -132,7 +183,9 @@ TEST(ViewerFormats, BadFilesAreToldOrShownAsFarAsSound) {
   const std::vector<uint8_t> seg2 = MakeSeg2({"NOTE x"}, {{{1, 2, 3}, {}}, {{4, 5, 6}, {}}}, 3, false);
   for (const auto& [name, whole] : {std::pair{std::string("c.sgy"), test::MakeSegy({{1, 2}, {3, 4}}, 3, false)},
                                     std::pair{std::string("c.dat"), seg2},
-                                    std::pair{std::string("c.dzt"), MakeDzt(2, 8, 1, {1, 2, 3, 4})}}) {
+                                    std::pair{std::string("c.dzt"), MakeDzt(2, 8, 1, {1, 2, 3, 4})},
+                                    std::pair{std::string("c.evd"), test::MakeKgs({{1, 2}, {3, 4}}, 100, false, true)},
+                                    std::pair{std::string("c.dat"), test::MakeKgs({{1, 2}, {3, 4}}, 100, true, true)}}) {
     for (size_t n = 1; n < whole.size(); n += std::max<size_t>(1, whole.size() / 40)) {
       test::WriteBytes(dir / name, std::vector<uint8_t>(whole.begin(), whole.begin() + std::ptrdiff_t(n)));
       try {
@@ -145,12 +198,19 @@ TEST(ViewerFormats, BadFilesAreToldOrShownAsFarAsSound) {
   }
 }
 
-TEST(ViewerRealFiles, Seg2DztAndSegdAsTheReferenceGivesIt) {
+TEST(ViewerRealFiles, Seg2DztDt1AndSegdAsTheReferenceGivesIt) {
   if (!std::filesystem::exists(kSamples)) GTEST_SKIP() << "no field samples beside the project";
   auto seg2 = FieldFile::Open(kSamples + "/seg2/329.dat");
   EXPECT_EQ(view::InfoLine(seg2->Info()), "format=SEG-2 traces=3 samples=4096 interval=62.5 byte_order=little");
   auto dzt = FieldFile::Open(kSamples + "/radar/FILE____032.DZT");
   EXPECT_EQ(view::InfoLine(dzt->Info()), "format=DZT traces=1040 samples=512 interval=0.09375 byte_order=little");
+
+  auto dt1 = FieldFile::Open(kSamples + "/radar/XLINE00.DT1");
+  EXPECT_EQ(view::InfoLine(dt1->Info()), "format=DT1 traces=164 samples=1900 interval=0.4 byte_order=little");
+  EXPECT_TRUE(dt1->Notes().empty()) << dt1->Notes().front();
+  const Read last = TraceOf(*dt1, 163);
+  EXPECT_EQ(Word(last, "tracl"), 164);
+  EXPECT_TRUE(std::any_of(last.samples.begin(), last.samples.end(), [](float v) { return v != 0; }));
 
   auto segd = FieldFile::Open(kSamples + "/segd/demo-8058.segd");
   auto reference = FieldFile::Open(kSamples + "/segd/demo-8058.expected.su");
@@ -175,10 +235,20 @@ TEST(ViewerProgram, InfoAndScreenshotWithoutAScreen) {
   test::WriteBytes(dir / "a.sgy", test::MakeSegy({{1, 2}, {3, 4}}, 5, false));
   test::WriteBytes(dir / "a.su", test::MakeSu({{1, 2, 3}}, 4000));
   test::WriteBytes(dir / "a.dzt", MakeDzt(2, 8, 1, {130, 126}, 1024, 10));
+  std::vector<std::vector<int16_t>> pulses(6);
+  for (auto& t : pulses) {
+    for (double v : test::Pulses(40)) t.push_back(static_cast<int16_t>(v));
+  }
+  test::WriteDt1(dir / "r", pulses, 80);
+  test::WriteBytes(dir / "k.evd", test::MakeKgs(pulses, 500, false, false));
+  test::WriteBytes(dir / "k.dat", test::MakeKgs(pulses, 500, true, true));
   const std::pair<std::string, std::string> cases[] = {
       {"a.sgy", "format=SEG-Y traces=2 samples=2 interval=500 byte_order=little\n"},
       {"a.su", "format=SU traces=1 samples=3 interval=4000 byte_order=little\n"},
       {"a.dzt", "format=DZT traces=1 samples=2 interval=5 byte_order=little\n"},
+      {"r.DT1", "format=DT1 traces=6 samples=40 interval=2 byte_order=little\n"},
+      {"k.evd", "format=KGS-integer traces=6 samples=40 interval=500 byte_order=little\n"},
+      {"k.dat", "format=KGS-floating traces=6 samples=40 interval=500 byte_order=little\n"},
   };
   for (const auto& [name, line] : cases) {
     const test::ToolRun run = test::RunHeadless(dir.Str(), view + " --info " + (dir / name));
@@ -196,6 +266,24 @@ TEST(ViewerProgram, InfoAndScreenshotWithoutAScreen) {
   const std::vector<uint8_t> png = test::ReadBytes(dir / "a.png");
   ASSERT_GT(png.size(), 8u);
   EXPECT_EQ(std::string(png.begin() + 1, png.begin() + 4), "PNG");
+  // Each new format drawn: a PNG with more than one colour in it.
+  std::vector<std::string> pictures = {"r.DT1", "k.evd", "k.dat"};
+  if (std::filesystem::exists(kSamples + "/radar/XLINE00.DT1")) {
+    run = test::RunHeadless(dir.Str(), view + " --info " + kSamples + "/radar/XLINE00.DT1");
+    EXPECT_EQ(run.out, "format=DT1 traces=164 samples=1900 interval=0.4 byte_order=little\n") << run.err;
+    pictures.push_back(kSamples + "/radar/XLINE00.DT1");
+  }
+  for (const std::string& name : pictures) {
+    const std::string input = name.find('/') == std::string::npos ? dir / name : name;
+    const std::string out = dir / (std::filesystem::path(name).filename().string() + ".png");
+    run = test::RunHeadless(dir.Str(), "timeout 60 " + view + " --screenshot " + out + " --mode image " + input);
+    EXPECT_EQ(run.status, 0) << name << ": " << run.err;
+    const std::vector<uint8_t> picture = test::ReadBytes(out);
+    ASSERT_GT(picture.size(), 8u) << name;
+    EXPECT_EQ(std::string(picture.begin() + 1, picture.begin() + 4), "PNG") << name;
+    EXPECT_GT(picture.size(), 1000u) << name << ": a blank picture compresses to almost nothing";
+  }
+
   run = test::RunHeadless(dir.Str(), "timeout 60 " + view + " --screenshot " + (dir / "b.png") + " " + (dir / "bad.sgy"));
   EXPECT_EQ(run.status, 1);
   EXPECT_FALSE(std::filesystem::exists(dir / "b.png"));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 
@@ -10,7 +11,9 @@
 #include "core/paths.h"
 #include "core/su_trace.h"
 #include "core/text_reader.h"
+#include "formats/dt1.h"
 #include "formats/dzt.h"
+#include "formats/kgs.h"
 #include "formats/seg2.h"
 #include "formats/segd.h"
 #include "formats/segy.h"
@@ -61,6 +64,8 @@ struct FieldFile::State {
   std::vector<int32_t> scan;
   int64_t ramacSamples = 0;
   double ramacDt = 0;
+  std::vector<int16_t> dt1Samples;
+  KgsLayout kgs;
 
   void Note(const std::string& text) {
     if (notes.size() < 50 && std::find(notes.begin(), notes.end(), text) == notes.end()) notes.push_back(text);
@@ -160,6 +165,71 @@ void OpenRamac(FieldFile::State& s, const std::string& radPath) {
   }
 }
 
+void OpenDt1(FieldFile::State& s, const std::string& dt1Path) {
+  s.info.format = Format::Dt1;
+  s.info.name = "DT1";
+  s.info.radar = true;
+  // The trace header's own count and window stand in for a missing .HD.
+  uint8_t first[kDt1TraceHeaderBytes] = {};
+  s.file.Read(0, first, sizeof first);
+  double points = GetLEFloat(first + 8);
+  double window = GetLEFloat(first + 24);
+  const std::string hdPath = ResolveExisting(Dt1HeaderPath(dt1Path));
+  if (FileExists(hdPath) == 1) {
+    const Dt1HeaderText hd = ParseDt1HeaderText(ReadWholeFile(hdPath));
+    if (hd.pointsPerTrace && *hd.pointsPerTrace >= 1 && *hd.pointsPerTrace != points) {
+      if (points >= 1) s.Note("the .HD file's points per trace differ from the trace header's: the .HD file's are used");
+      points = *hd.pointsPerTrace;
+    }
+    if (hd.timeWindow && *hd.timeWindow > 0) window = *hd.timeWindow;
+    if (hd.traces && *hd.traces >= 0 && points >= 1 && *hd.traces != double(Dt1TraceCount(s.file.Size(), int64_t(points)))) {
+      s.Note("the .HD file says " + std::to_string(int64_t(*hd.traces)) + " traces, the .DT1 file holds " +
+             std::to_string(Dt1TraceCount(s.file.Size(), int64_t(points))));
+    }
+  } else {
+    s.Note("no .HD header beside the file: points and time window taken from the first trace header");
+  }
+  if (!(points >= 1 && points <= double(1 << 20)) || points != std::floor(points)) {
+    throw std::runtime_error(dt1Path + ": no usable points per trace in its .HD header or its first trace header");
+  }
+  const auto p = static_cast<int64_t>(points);
+  s.info.samples = p;
+  const int64_t traceBytes = kDt1TraceHeaderBytes + 2 * p;
+  s.info.traces = (s.file.Size() + traceBytes - 1) / traceBytes;
+  if (s.file.Size() % traceBytes != 0) s.Note("the last trace is cut short: shown padded with zeros");
+  if (window > 0 && std::isfinite(window)) s.info.interval = window / double(p);
+}
+
+// KGS floating has the size of an SU record, and neither has a file
+// header: our own mark at 118 tells them apart, else the name (.EVD for
+// integer, .DAT for floating with a channel word SU would not hold).
+std::optional<KgsKind> KgsKindOf(const std::vector<uint8_t>& head, int64_t size, const std::string& path) {
+  if (head.size() < kKgsHeaderBytes) return std::nullopt;
+  const auto word = [&](int at) { return static_cast<int16_t>(GetLE16(head.data() + at)); };
+  const int16_t ns = word(kKgsNsOffset);
+  if (ns <= 0) return std::nullopt;
+  const auto fits = [&](KgsKind kind) { return size % KgsRecordSize(kind, ns) == 0; };
+  if (word(kKgsMarkOffset) == kKgsMark) {
+    if (fits(KgsKind::Integer) && !fits(KgsKind::Floating)) return KgsKind::Integer;
+    if (fits(KgsKind::Floating)) return KgsKind::Floating;
+    return size >= KgsRecordSize(KgsKind::Floating, ns) ? KgsKind::Floating : KgsKind::Integer;
+  }
+  if (EndsWith(path, ".evd")) return KgsKind::Integer;
+  if (EndsWith(path, ".dat") && word(2) != 0 && fits(KgsKind::Floating)) return KgsKind::Floating;
+  return std::nullopt;
+}
+
+void OpenKgs(FieldFile::State& s, KgsKind kind) {
+  s.kgs = ReadKgsLayout(s.file, kind);
+  s.info.format = Format::Kgs;
+  s.info.name = kind == KgsKind::Integer ? "KGS-integer" : "KGS-floating";
+  s.info.samples = s.kgs.ns;
+  s.info.interval = s.kgs.dt;
+  // A last record cut short is shown padded, however little of it is there.
+  s.info.traces = (s.file.Size() + s.kgs.recordSize - 1) / s.kgs.recordSize;
+  if (s.file.Size() % s.kgs.recordSize != 0) s.Note("the last trace is cut short: shown padded with zeros");
+}
+
 }  // namespace
 
 std::unique_ptr<FieldFile> FieldFile::Open(const std::string& path) {
@@ -168,6 +238,7 @@ std::unique_ptr<FieldFile> FieldFile::Open(const std::string& path) {
   std::string dataPath = path;
   // A RAMAC profile is two files, and its data file has no header to know it by.
   if (EndsWith(path, ".rad")) dataPath = ResolveExisting(ReplaceLastThree(path, "rd3"));
+  if (EndsWith(path, ".hd")) dataPath = ResolveExisting(path.substr(0, path.size() - 2) + "DT1");
   s->file = BinaryFile(dataPath, BinaryFile::Mode::Read);
   const int64_t size = s->file.Size();
   if (size == 0) throw std::runtime_error(path + ": the file is empty");
@@ -180,6 +251,10 @@ std::unique_ptr<FieldFile> FieldFile::Open(const std::string& path) {
     OpenRamac(*s, rad);
   } else if (LooksLikeSeg2(head)) {
     OpenSeg2(*s);
+  } else if (LooksLikeDt1(s->file)) {
+    OpenDt1(*s, dataPath);
+  } else if (const auto kgs = KgsKindOf(head, size, dataPath)) {
+    OpenKgs(*s, *kgs);
   } else if (LooksLikeDzt(head, size)) {
     OpenDzt(*s);
   } else if (LooksLikeSu(head, size, true)) {
@@ -191,7 +266,9 @@ std::unique_ptr<FieldFile> FieldFile::Open(const std::string& path) {
   } else if (LooksLikeSu(head, size, false)) {
     OpenSu(*s);
   } else {
-    throw std::runtime_error(path + ": not a file the viewer reads (SEG-Y, SU, SEG-2, SEG-D, GSSI DZT, RAMAC rd3)");
+    throw std::runtime_error(path +
+                             ": not a file the viewer reads (SEG-Y, SU, SEG-2, SEG-D, GSSI DZT, RAMAC rd3, EKKO DT1, "
+                             "KGS integer or floating)");
   }
   if (s->info.samples <= 0) throw std::runtime_error(path + ": the traces hold no sample");
   if (s->info.samples > (int64_t(1) << 20)) {
@@ -258,6 +335,19 @@ void FieldFile::ReadTrace(int64_t i, float* samples, uint8_t* header) {
         s.buffer.resize(2 * ns);
         s.file.ReadDirect(i * int64_t(2 * ns), s.buffer.data(), s.buffer.size());
         for (size_t k = 0; k < ns; ++k) samples[k] = GetLE16(s.buffer.data() + 2 * k);
+        break;
+      }
+      case Format::Dt1: {
+        s.dt1Samples.resize(ns);
+        ReadDt1Samples(s.file, i + 1, s.dt1Samples);
+        for (size_t k = 0; k < ns; ++k) samples[k] = s.dt1Samples[k];
+        SetWordNamed(header, "trid", 1);
+        break;
+      }
+      case Format::Kgs: {
+        const KgsTrace t = ReadKgsTrace(s.file, s.kgs, static_cast<int32_t>(i + 1));
+        std::memcpy(header, t.suHeader.data(), kSuHeaderBytes);
+        std::copy_n(t.samples.begin(), std::min(ns, t.samples.size()), samples);
         break;
       }
     }

@@ -9,7 +9,7 @@
 
 namespace vexmor::view {
 
-enum class Format { Su, Segy, Seg2, Segd, Dzt, Ramac };
+enum class Format { Su, Segy, Seg2, Segd, Dzt, Ramac, Dt1, Kgs };
 
 struct FieldInfo {
   Format format = Format::Su;

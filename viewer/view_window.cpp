@@ -24,7 +24,7 @@ namespace vexmor::view {
 
 namespace {
 const char* kAllFilter =
-    "Field files (*.sgy *.segy *.su *.dat *.sg2 *.seg2 *.sgd *.segd *.dzt *.rd3 *.rad);;All files (*)";
+    "Field files (*.sgy *.segy *.su *.dat *.sg2 *.seg2 *.sgd *.segd *.dzt *.rd3 *.rad *.dt1 *.hd *.evd);;All files (*)";
 }
 
 ViewWindow::ViewWindow(QString fileFilter, QWidget* parent) : QMainWindow(parent), filter_(std::move(fileFilter)) {

@@ -8,6 +8,9 @@
 #include <limits>
 
 #include "core/binary_file.h"
+#include "formats/dzt.h"
+#include "formats/segy.h"
+#include "formats/su.h"
 
 namespace vexmor {
 
@@ -112,7 +115,11 @@ Seg2Trace ReadTraceDescriptor(BinaryFile& source, const Seg2File& file, int64_t 
                               const Terminator& term, std::vector<std::string>& notes) {
   const std::string& name = file.name;
   const std::string which = "trace " + std::to_string(index + 1);
-  if (pointer < kFixedPart || pointer + kFixedPart > source.Size()) {
+  if (pointer >= kFixedPart && pointer + kFixedPart > source.Size()) {
+    throw Seg2CutShort(name + ": " + which + ": its descriptor at byte " + std::to_string(pointer) +
+                       " lies past the end of the file of " + std::to_string(source.Size()) + " bytes");
+  }
+  if (pointer < kFixedPart) {
     Fail(name, which + ": its descriptor at byte " + std::to_string(pointer) +
                    " lies outside the file of " + std::to_string(source.Size()) + " bytes (file cut short?)");
   }
@@ -142,9 +149,9 @@ Seg2Trace ReadTraceDescriptor(BinaryFile& source, const Seg2File& file, int64_t 
   trace.dataOffset = pointer + trace.descriptorBytes;
   const int64_t needed = Seg2SampleBytes(trace.format, trace.samples);
   if (trace.dataOffset + needed > source.Size()) {
-    Fail(name, which + ": its " + std::to_string(trace.samples) + " samples end at byte " +
-                   std::to_string(trace.dataOffset + needed) + ", past the end of the file (" +
-                   std::to_string(source.Size()) + " bytes): file cut short");
+    throw Seg2CutShort(name + ": " + which + ": its " + std::to_string(trace.samples) + " samples end at byte " +
+                       std::to_string(trace.dataOffset + needed) + ", past the end of the file (" +
+                       std::to_string(source.Size()) + " bytes): file cut short");
   }
   if (trace.dataBytes < needed) {
     notes.push_back(which + ": data block size " + std::to_string(trace.dataBytes) + " below the " +
@@ -164,6 +171,47 @@ const std::string* FindSeg2Value(const std::vector<Seg2String>& strings, std::st
   return nullptr;
 }
 
+namespace {
+
+constexpr int64_t kDescribeBytes = 3600;  // a SEG-Y file's text and binary headers
+
+bool LooksLikeText(std::span<const uint8_t> b) {
+  if (b.empty()) return false;
+  const size_t n = std::min<size_t>(b.size(), 512);
+  size_t odd = 0, high = 0;
+  for (size_t k = 0; k < n; ++k) {
+    const uint8_t c = b[k];
+    if (c == 0) return false;
+    if ((c < 32 && c != '\n' && c != '\r' && c != '\t' && c != '\f') || c == 127) ++odd;
+    if (c > 127) ++high;  // accented letters, a few
+  }
+  return odd * 50 <= n && high * 4 <= n;
+}
+
+// The first line of a text, cut to something a message can quote.
+std::string FirstLine(std::span<const uint8_t> b) {
+  std::string line;
+  for (const uint8_t c : b) {
+    if (c == '\n' || c == '\r' || line.size() == 40) break;
+    line += c < 32 || c >= 127 ? '?' : static_cast<char>(c);
+  }
+  return line;
+}
+
+}  // namespace
+
+std::string DescribeNotSeg2(std::span<const uint8_t> b, int64_t size) {
+  if (segy::LooksLikeSegy(b)) return "it looks like a SEG-Y file (segyread converts it)";
+  if (LooksLikeDzt(b, size)) return "it looks like a GSSI DZT radar file (rtoaw reads it)";
+  if (LooksLikeText(b)) return "it is text, beginning \"" + FirstLine(b) + "\"";
+  if (LooksLikeSu(b, size, true)) {
+    const int64_t ns = b[114] | b[115] << 8;
+    return "it looks like an SU file already (" + std::to_string(size / (240 + 4 * ns)) + " traces of " +
+           std::to_string(ns) + " samples)";
+  }
+  return "its first bytes are no format seg2su knows (a SEG-2 file begins with 55 3A or 3A 55)";
+}
+
 bool LooksLikeSeg2(std::span<const uint8_t> b) {
   return b.size() >= 2 && ((b[0] == 0x55 && b[1] == 0x3A) || (b[0] == 0x3A && b[1] == 0x55));
 }
@@ -178,8 +226,8 @@ Seg2File ReadSeg2(BinaryFile& source) {
   uint8_t fixed[kFixedPart];
   source.Read(0, fixed, sizeof fixed);
   if (!LooksLikeSeg2(fixed)) {
-    Fail(name, "not a SEG-2 file (it begins with " + Hex16(uint16_t(fixed[0] << 8 | fixed[1])) +
-                   ", a SEG-2 file with the block id 3A55)");
+    const std::vector<uint8_t> head = ReadRange(source, 0, std::min<int64_t>(source.Size(), kDescribeBytes));
+    Fail(name, "not a SEG-2 file: " + DescribeNotSeg2(head, source.Size()));
   }
   file.bigEndian = fixed[0] == 0x3A;
   file.revision = Get16(fixed + 2, file.bigEndian);
@@ -211,8 +259,20 @@ Seg2File ReadSeg2(BinaryFile& source) {
                                 file.notes, "file descriptor");
   }
   file.traces.reserve(pointers.size());
+  std::string firstLost;
   for (size_t k = 0; k < pointers.size(); ++k) {
-    file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], k, term, file.notes));
+    try {
+      file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], k, term, file.notes));
+    } catch (const Seg2CutShort& e) {
+      // A record cut short in the field: its complete traces are still data.
+      if (file.lostTraces++ == 0) firstLost = e.what();
+    }
+  }
+  if (file.traces.empty()) throw Seg2CutShort(firstLost);
+  if (file.lostTraces > 0) {
+    file.notes.push_back("file cut short at " + std::to_string(source.Size()) + " bytes: " +
+                         std::to_string(file.lostTraces) + " of its " + std::to_string(count) +
+                         " traces lost, the " + std::to_string(file.traces.size()) + " complete ones kept");
   }
   return file;
 }

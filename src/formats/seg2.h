@@ -48,6 +48,12 @@ class Seg2Error : public FormatError {
   using FormatError::FormatError;
 };
 
+// A trace whose descriptor or samples lie past the end of the file.
+class Seg2CutShort : public Seg2Error {
+ public:
+  using Seg2Error::Seg2Error;
+};
+
 struct Seg2String {
   std::string key;    // upper case, as written
   std::string value;  // the rest, blanks around it removed
@@ -75,6 +81,7 @@ struct Seg2File {
   std::vector<Seg2String> strings;  // file descriptor strings
   std::vector<Seg2Trace> traces;
   std::vector<std::string> notes;   // oddities that did not stop the reading
+  int lostTraces = 0;               // traces left out of a file cut short
 
   const std::string* Find(std::string_view key) const { return FindSeg2Value(strings, key); }
 };
@@ -83,10 +90,16 @@ struct Seg2File {
 bool LooksLikeSeg2(std::span<const uint8_t> firstBytes);
 
 // Reads the descriptors of every trace and checks that each data block lies
-// inside the file; only the descriptors are read, never the samples. Throws
-// Seg2Error naming the file on anything that is not a readable SEG-2 file.
-// The reader checks every range against the file's size before it reads.
+// inside the file; only the descriptors are read, never the samples. A file
+// cut short keeps its complete traces; the others are counted in lostTraces
+// and noted. Throws Seg2Error naming the file on anything that is not a
+// readable SEG-2 file, or one with no complete trace. The reader checks
+// every range against the file's size before it reads.
 Seg2File ReadSeg2(BinaryFile& source);
+
+// What a file that is not SEG-2 looks like, from its first bytes (up to
+// 3600) and its size: "it is text, ...", "it looks like a SEG-Y file ...".
+std::string DescribeNotSeg2(std::span<const uint8_t> firstBytes, int64_t size);
 
 // The samples of one trace of a file read by ReadSeg2; out has room for
 // trace.samples values.

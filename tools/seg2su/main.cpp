@@ -137,14 +137,8 @@ int Convert(const Arguments& a) {
     return 1;
   }
   for (const std::string& m : report.messages) std::cerr << "seg2su: " << m << '\n';
-  std::cerr << "seg2su: " << report.traces << " traces of " << report.samples << " samples from "
-            << report.filesDone << " file" << (report.filesDone == 1 ? "" : "s") << " written to " << out.Name();
-  if (report.filesFailed > 0) {
-    std::cerr << "; " << report.filesFailed << " file" << (report.filesFailed == 1 ? "" : "s")
-              << " could not be converted";
-  }
-  std::cerr << '\n';
-  return report.filesFailed == 0 ? 0 : 1;
+  std::cerr << "seg2su: " << Seg2SuSummary(report, out.Name()) << '\n';
+  return report.filesFailed == 0 && report.tracesLost == 0 ? 0 : 1;
 }
 
 }  // namespace

@@ -394,10 +394,25 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
   }
   outputTrace += static_cast<int32_t>(file.traces.size());
   report.traces += static_cast<int64_t>(file.traces.size());
+  report.tracesLost += file.lostTraces;
   Note(report, in.path, notes);
 }
 
 }  // namespace
+
+std::string Seg2SuSummary(const Seg2SuReport& r, const std::string& output) {
+  const auto plural = [](int64_t n, const char* word) { return std::to_string(n) + " " + word + (n == 1 ? "" : "s"); };
+  if (r.traces == 0) {
+    return "nothing written to " + output + ": " +
+           (r.filesFailed == 1 ? std::string("the file could not be converted")
+                               : "none of the " + plural(r.filesFailed, "file") + " could be converted");
+  }
+  std::string text = plural(r.traces, "trace") + " of " + std::to_string(r.samples) + " samples from " +
+                     plural(r.filesDone, "file") + " written to " + output;
+  if (r.filesFailed > 0) text += "; " + plural(r.filesFailed, "file") + " could not be converted";
+  if (r.tracesLost > 0) text += "; " + plural(r.tracesLost, "trace") + " lost in files cut short";
+  return text;
+}
 
 Seg2SuReport ConvertSeg2ToSu(const std::vector<std::string>& inputs, const SuRecordWriter& write,
                              const Seg2SuOptions& options, const std::function<void(int, int)>& progress) {

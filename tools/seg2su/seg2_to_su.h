@@ -38,8 +38,12 @@ struct Seg2SuReport {
   int filesFailed = 0;
   int64_t traces = 0;
   int32_t samples = 0;                // ns of the output
+  int64_t tracesLost = 0;             // traces of files cut short, left out
   std::vector<std::string> messages;  // one line each, naming the file
 };
+
+// The last line of a conversion: what was written where, or that nothing was.
+std::string Seg2SuSummary(const Seg2SuReport& report, const std::string& output);
 
 // Converts the files in order; each trace goes to `write` as one record
 // (header and samples). A file that can't be read is named in the report and

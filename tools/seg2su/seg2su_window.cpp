@@ -165,14 +165,12 @@ class Seg2SuWindow : public QWidget {
       QMessageBox::critical(this, kTitle, "The output could not be written:\n" + failure);
       return;
     }
-    QString text = QString("%1 traces of %2 samples from %3 file(s) written to\n%4")
-                       .arg(report.traces)
-                       .arg(report.samples)
-                       .arg(report.filesDone)
-                       .arg(output);
-    if (report.filesFailed > 0) text += QString("\n\n%1 file(s) could not be converted.").arg(report.filesFailed);
-    QMessageBox box(report.filesFailed > 0 ? QMessageBox::Warning : QMessageBox::Information, kTitle, text,
-                    QMessageBox::Ok, this);
+    QString text = QString::fromStdString(Seg2SuSummary(report, output.toStdString()));
+    text[0] = text[0].toUpper();
+    text.replace(QStringLiteral("; "), QStringLiteral(".\n"));
+    text += QChar('.');
+    const bool lost = report.filesFailed > 0 || report.tracesLost > 0;
+    QMessageBox box(lost ? QMessageBox::Warning : QMessageBox::Information, kTitle, text, QMessageBox::Ok, this);
     QStringList details;
     for (const std::string& m : report.messages) details << QString::fromStdString(m);
     if (!details.isEmpty()) box.setDetailedText(details.join('\n'));
