@@ -552,6 +552,8 @@ QWidget* PanelWindow::MakeWidget(Bound& b) {
     case ControlKind::Drawing: return new Surface(c);
     case ControlKind::Timer:
       b.timer = new QTimer(this);
+      // A coarse timer may fire 5 % early: a 3000 ms message would go at 2850.
+      b.timer->setTimerType(Qt::PreciseTimer);
       return nullptr;
     case ControlKind::Menu: {
       auto* bar = findChild<QMenuBar*>();
