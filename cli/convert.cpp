@@ -606,7 +606,9 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
       Group group;
       group.inputs = {inputs[k]};
       group.job.sizes = {sizes[k]};
-      const std::string ending = route.outputEndings ? "." : route.name == "su2ascii" ? ".txt" : ".su";
+      const std::string ending = route.outputEndings ? "." : route.name == "su2ascii" ? ".txt"
+                                 : route.name == "su2kgs" ? ".dat"
+                                                          : ".su";
       group.output = (fs::absolute(outputDir) / (StemOf(inputs[k]) + ending)).lexically_normal().string();
       groups.push_back(std::move(group));
     }

@@ -12,6 +12,8 @@
 #include "core/numbers.h"
 #include "core/shared_state.h"
 #include "core/su_trace.h"
+#include "formats/kgs.h"
+#include "panels/form.h"
 #include "panels/session.h"
 #include "importers/radar/ramac_format.h"
 #include "importers/seismograph/abem_format.h"
@@ -516,6 +518,145 @@ void ChannelsConvert(PanelRun& run, const Job& job, const std::string& stage) {
   run.Do({"click", "Option8"});
 }
 
+
+// ------------------------------------------------------------ KGS
+
+constexpr RouteOption kKgsToSuOptions[] = {
+    {"depth", "", "source depth below surface (the panel's question)", "1"},
+};
+
+// An input whose records all have the size that ns gives: the panel would
+// count a cut last record (rounded) and write it padded with zeros.
+void WholeRecords(Plan& plan, const Job& job, int64_t record, std::string_view what) {
+  if (record > 0 && job.sizes[0] % record == 0 && job.sizes[0] > 0) return;
+  plan.problems.push_back(job.inputs[0] + ": " + Grouped(job.sizes[0]) + " bytes, " + std::string(what) +
+                          " of " + Grouped(record) + " bytes each (ns at byte 114) expected");
+}
+
+int16_t WordAt(const Job& job, int offset) {
+  if (job.sizes[0] < offset + 2) return 0;
+  BinaryFile file(job.inputs[0], BinaryFile::Mode::Read);
+  return file.ReadI16(offset);
+}
+
+Plan KgsToSuProbe(PanelRun& run, const Job& job, std::string_view option, KgsKind kind) {
+  OpenFromMain(run, option, "Convert");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  Plan plan;
+  plan.numbers.emplace_back("depth", job.ValueOr("depth", "1"));
+  const int16_t ns = WordAt(job, kKgsNsOffset);
+  plan.interval = WordAt(job, kKgsDtOffset);
+  if (ns < 1) {
+    plan.problems.push_back(job.inputs[0] + ": ns read as " + std::to_string(ns) + " at byte 114, 1 or more expected");
+    return plan;
+  }
+  if (kind == KgsKind::Integer) plan.numbers.emplace_back("channels", std::to_string(WordAt(job, kKgsChannelsOffset)));
+  const int64_t record = KgsRecordSize(kind, ns);
+  WholeRecords(plan, job, record, "KGS records");
+  plan.samples = ns;
+  plan.traces = job.sizes[0] / record;
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{ns});
+  return plan;
+}
+
+Plan KgsiProbe(PanelRun& run, const Job& job) { return KgsToSuProbe(run, job, "Option3", KgsKind::Integer); }
+Plan KgsProbe(PanelRun& run, const Job& job) { return KgsToSuProbe(run, job, "Option9", KgsKind::Floating); }
+
+void KgsToSuConvert(PanelRun& run, const Job& job, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"answer", "prompt", job.ValueOr("depth", "1")});
+  run.Do({"click", "Command2"});
+}
+
+constexpr RouteOption kSuToKgsOptions[] = {
+    {"data-type", "", "data type when the channels cannot be counted: 0 raw field, 1 CDP gather, 2 CDP stacked, "
+                      "3 trace number index, 4 velocity scan", "2"},
+    {"record-word", "", "trace-header word of the record number (8, 12, 19, 86, 87 or 92)", "12"},
+    {"trace-word", "", "trace-header word of the trace number in each record (0: input order)", "0"},
+    {"direction", "", "trace direction: 1 ascending, -1 descending", "1"},
+};
+
+// The channels counted here decide whether the panel asks the data type.
+Plan SuToKgsProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option11", "Convert");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  SharedState& state = run.GetSession().State();
+  Plan plan = SuProbe(job, state);
+  if (!plan.problems.empty()) return plan;
+  state.NbSamples = plan.samples;
+  int16_t channels = 0;
+  CountChannels(job.inputs[0], static_cast<int32_t>(plan.traces), channels, state);
+  plan.numbers.emplace_back("channels", std::to_string(channels));
+  for (const RouteOption& option : kSuToKgsOptions) {
+    if (option.name == "data-type" && channels != 0) continue;
+    const std::string answer = job.ValueOr(std::string(option.name), std::string(option.fallback));
+    plan.numbers.emplace_back(option.name, answer);
+    run.Do({"answer", "prompt", answer});
+  }
+  plan.outputBytes = job.sizes[0];
+  return plan;
+}
+
+void SuToKgsConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.dat"));
+  // The answers are queued by the probe, which knows whether the data type
+  // is asked.
+  run.Do({"click", "Command2"});
+}
+
+// ------------------------------------------------------------ add
+
+constexpr RouteOption kAddOptions[] = {
+    {"delete-inputs", "", "delete the inputs once the joined file is in place", "kept", true},
+};
+
+// Every input a whole SU file: the panel appends bytes as they are.
+Plan AddProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option20", "Add_SU_files");
+  run.Do({"answer", "dialog", SelectionAnswer(job, false)});
+  run.Do({"click", "Command1"});
+  // The panel's own deleting would come before the output is in place.
+  Form* panel = run.GetSession().Find("Add_SU_files");
+  Control* check = panel ? panel->Find("Check1") : nullptr;
+  if (check != nullptr && check->Value()) run.Do({"click", "Check1"});
+  Plan plan;
+  plan.outputBytes = 0;
+  for (size_t k = 0; k < job.inputs.size(); ++k) {
+    Job one;
+    one.inputs = {job.inputs[k]};
+    one.sizes = {job.sizes[k]};
+    const Plan own = SuProbe(one, run.GetSession().State());
+    plan.problems.insert(plan.problems.end(), own.problems.begin(), own.problems.end());
+    if (k == 0) {
+      plan.samples = own.samples;
+      plan.interval = own.interval;
+    } else if (own.problems.empty() && own.samples != plan.samples) {
+      plan.problems.push_back(job.inputs[k] + ": " + std::to_string(own.samples) + " samples a trace where " +
+                              job.inputs[0] + " has " + std::to_string(plan.samples));
+    }
+    plan.traces += own.traces;
+    plan.outputBytes += job.sizes[k];
+  }
+  plan.numbers.emplace_back("files", std::to_string(job.inputs.size()));
+  plan.numbers.emplace_back("delete-inputs", job.Value("delete-inputs") ? "yes" : "no");
+  return plan;
+}
+
+void AddConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command2"});
+}
+
+void AddAfterWritten(const Job& job) {
+  if (job.Value("delete-inputs") == nullptr) return;
+  for (const std::string& input : job.inputs) {
+    std::error_code ec;
+    fs::remove(input, ec);
+  }
+}
+
 // ------------------------------------------------------------ the table
 
 const Route kRoutes[] = {
@@ -534,6 +675,13 @@ const Route kRoutes[] = {
     {"su2ascii-channels", "an SU file to one text file for each channel (OUTPUT01, OUTPUT02, ...)", "MainPanel",
      kChannelOptions, 1, ChannelsProbe, ChannelsConvert, "Conversion OK", ChannelEndings,
      " This module writes one file per channel"},
+    {"kgsi", "a KGS integer file (.EVD) to SU", "Convert", kKgsToSuOptions, 1, KgsiProbe, KgsToSuConvert,
+     "Conversion OK"},
+    {"kgs", "a KGS floating file to SU", "Convert", kKgsToSuOptions, 1, KgsProbe, KgsToSuConvert, "Conversion OK"},
+    {"su2kgs", "an SU file to KGS floating", "Convert", kSuToKgsOptions, 1, SuToKgsProbe, SuToKgsConvert,
+     "Conversion OK"},
+    {"add", "SU files joined one behind the other into one", "Add_SU_files", kAddOptions, 99, AddProbe, AddConvert,
+     " has been recorded OK", nullptr, {}, AddAfterWritten},
 };
 
 }  // namespace
