@@ -657,6 +657,22 @@ void AddAfterWritten(const Job& job) {
   }
 }
 
+// ------------------------------------------------------------ segd
+
+// The record is read by our tool in a job: what it finds is known only
+// from what it writes.
+Plan SegdProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option13", "Convert");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  return {};
+}
+
+void JobConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command2"});
+}
+
 // ------------------------------------------------------------ the table
 
 const Route kRoutes[] = {
@@ -682,6 +698,7 @@ const Route kRoutes[] = {
      "Conversion OK"},
     {"add", "SU files joined one behind the other into one", "Add_SU_files", kAddOptions, 99, AddProbe, AddConvert,
      " has been recorded OK", nullptr, {}, AddAfterWritten},
+    {"segd", "a SEG-D record to SU, by our reader in a job", "Convert", {}, 1, SegdProbe, JobConvert, ""},
 };
 
 }  // namespace

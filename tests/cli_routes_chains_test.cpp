@@ -8,6 +8,7 @@
 #include "convert.h"
 #include "core/su_trace.h"
 #include "panels/script.h"
+#include "platform/jobs.h"
 #include "tools_helpers.h"
 
 namespace vexmor {
@@ -185,6 +186,30 @@ TEST(ConvertChainRoutes, AddJoinsWholeFilesAndDeletesOnlyWhenAsked) {
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(ReadBytes(dir / "all.su"), joined);
   ExpectOnly(dir, {"C.su", "all.su", "cli.su", "panel.su"});
+}
+
+// The job's output is the judge: the panel shows nothing when it ends.
+TEST(ConvertChainRoutes, SegdRunsTheJobAndJudgesItsOutput) {
+  TempDir dir;
+  test::WriteBytes(dir / "BAD.SGD", std::vector<uint8_t>(100, 0x11));
+  test::WriteText(dir / "old.su", "keep me");
+  Result r = Convert({"segd", dir / "BAD.SGD", "--force", "-o", dir / "old.su"});
+  EXPECT_NE(r.status, 0);
+  EXPECT_NE(r.err.find("old.su: not written"), std::string::npos) << r.err;
+  EXPECT_EQ(test::ReadText(dir / "old.su"), "keep me");
+  r = Convert({"segd", dir / "NONE.SGD", "-o", dir / "new.su"});
+  EXPECT_NE(r.status, 0);
+  EXPECT_NE(r.err.find("NONE.SGD"), std::string::npos) << r.err;
+
+  const std::string segd = std::string(VEXMOR_SHARED_SAMPLES) + "/segd/demo-8058.segd";
+  if (!fs::exists(segd)) GTEST_SKIP() << "no SEG-D sample here";
+  RunScript("open MainPanel\nclick Option13\nuse Convert\nanswer dialog " + segd + "\nclick Command3\nset Text2 " +
+            (dir / "panel.su") + "\nclick Command2\n");
+  WaitForJobs();
+  r = Convert({"segd", segd, "-o", dir / "cli.su"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_FALSE(ReadBytes(dir / "cli.su").empty());
+  EXPECT_EQ(ReadBytes(dir / "cli.su"), ReadBytes(dir / "panel.su"));
 }
 
 }  // namespace
