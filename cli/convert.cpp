@@ -417,7 +417,7 @@ std::string ConvertGroup(const Route& route, Group& group, ProgressLine& progres
     return "the conversion made " + std::to_string(files.size()) + " file(s), " +
            std::to_string(group.finals.size()) + " expected";
   }
-  if (route.doneMessage.empty() && files.size() == 1) {
+  if (route.jobOutput && files.size() == 1) {
     std::error_code ec;
     const auto size = static_cast<int64_t>(fs::file_size(files[0], ec));
     int16_t ns = 0;

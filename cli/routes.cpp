@@ -673,6 +673,55 @@ void JobConvert(PanelRun& run, const Job&, const std::string& stage) {
   run.Do({"click", "Command2"});
 }
 
+// ------------------------------------------------------------ segy
+
+constexpr RouteOption kSegyOptions[] = {
+    {"samples", "Text4", "samples per trace (ns=)", "byte 3714 of the file"},
+    {"conv", "Text6", "1: IBM floats to native", "1 (0 when the bytes are swapped)"},
+    {"over", "Text7", "1: go on past an unknown sample format", "0 (1 when the bytes are swapped)"},
+    {"endian", "Text8", "byte order of the file for the reader", "0"},
+    {"from", "Text1", "first trace", "1"},
+    {"to", "Text3", "last trace", "the traces the file's size gives"},
+};
+
+Plan SegyProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option2", "SEGY");
+  run.Do({"answer", "dialog", SelectionAnswer(job, true)});
+  run.Do({"click", "Command1"});
+  Plan plan;
+  for (const std::string& message : run.TakeMessages()) {
+    if (message.find("can't be read") != std::string::npos) plan.problems.push_back(message);
+  }
+  // No console window to show the job: it runs hidden.
+  run.Do({"set", "Text9", "0"});
+  TypeOptions(run, kSegyOptions, job);
+  Show(plan, run, "SEGY", kSegyOptions);
+  plan.samples = static_cast<int32_t>(Number(run, "SEGY", "Text4"));
+  plan.traces = static_cast<int64_t>(Number(run, "SEGY", "Text5"));
+  plan.interval = run.GetSession().State().SampleInterval;
+  // Every trace of the file, when all are asked for: a cut last trace that
+  // the reader leaves out is a failure, not a shorter line.
+  if (job.Value("from") == nullptr && job.Value("to") == nullptr && plan.samples > 0) {
+    plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+    // The reader pads a cut last trace with zeros: refused here instead.
+    const int16_t format = WordAt(job, 3224);
+    const int bytes = format == 3 || format == 0x0300 ? 2 : 4;
+    const int64_t trace = 240 + bytes * int64_t{plan.samples};
+    if (job.sizes[0] < 3600 + trace || (job.sizes[0] - 3600) % trace != 0) {
+      plan.problems.push_back(job.inputs[0] + ": " + Grouped(job.sizes[0]) + " bytes, a SEG-Y file of 3,600 + traces of " +
+                              Grouped(trace) + " bytes (" + std::to_string(plan.samples) + " samples) expected");
+    }
+  }
+  return plan;
+}
+
+void SegyConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  // The panel's test run of the first traces enables Convert.
+  run.Do({"click", "Command5"});
+  run.Do({"click", "Command2"});
+}
+
 // ------------------------------------------------------------ the table
 
 const Route kRoutes[] = {
@@ -698,7 +747,10 @@ const Route kRoutes[] = {
      "Conversion OK"},
     {"add", "SU files joined one behind the other into one", "Add_SU_files", kAddOptions, 99, AddProbe, AddConvert,
      " has been recorded OK", nullptr, {}, AddAfterWritten},
-    {"segd", "a SEG-D record to SU, by our reader in a job", "Convert", {}, 1, SegdProbe, JobConvert, ""},
+    {"segd", "a SEG-D record to SU, by our reader in a job", "Convert", {}, 1, SegdProbe, JobConvert, "", nullptr, {},
+     nullptr, true},
+    {"segy", "a SEG-Y file to SU, by our reader in a job", "SEGY", kSegyOptions, 1, SegyProbe, SegyConvert,
+     " Conversion OK", nullptr, " Bytes are swapped", nullptr, true},
 };
 
 }  // namespace

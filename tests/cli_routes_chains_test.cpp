@@ -212,5 +212,51 @@ TEST(ConvertChainRoutes, SegdRunsTheJobAndJudgesItsOutput) {
   EXPECT_EQ(ReadBytes(dir / "cli.su"), ReadBytes(dir / "panel.su"));
 }
 
+// A big-endian SEG-Y file of IEEE samples, traces of ns samples.
+std::vector<uint8_t> SegyFile(int traces, int ns) {
+  std::vector<uint8_t> f(3600, 0);
+  const auto put16 = [&f](size_t at, int v) {
+    f[at] = static_cast<uint8_t>(static_cast<uint16_t>(v) >> 8);
+    f[at + 1] = static_cast<uint8_t>(v);
+  };
+  put16(3216, 250);
+  put16(3220, ns);
+  put16(3224, 5);
+  for (int t = 1; t <= traces; ++t) {
+    const size_t h = f.size();
+    f.resize(h + 240 + 4 * static_cast<size_t>(ns), 0);
+    put16(h + 2, t);
+    put16(h + 114, ns);
+    put16(h + 116, 250);
+    for (int k = 0; k < ns; ++k) f[h + 240 + 4 * static_cast<size_t>(k)] = static_cast<uint8_t>(0x40 + t);
+  }
+  return f;
+}
+
+TEST(ConvertChainRoutes, SegyWaitsForItsJobAndRefusesACutTrace) {
+  TempDir dir;
+  test::WriteBytes(dir / "L.sgy", SegyFile(3, 128));
+  RunScript("open MainPanel\nclick Option2\nuse SEGY\nanswer dialog " + (dir / "L.sgy") +
+            "\nclick Command1\nset Text9 0\nset Text2 " + (dir / "panel.su") + "\nclick Command5\nclick Command2\n");
+  WaitForJobs();
+  Result r = Convert({"segy", dir / "L.sgy", "-o", dir / "cli.su"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(ReadBytes(dir / "cli.su").size(), 3u * (240 + 512));
+  EXPECT_EQ(ReadBytes(dir / "cli.su"), ReadBytes(dir / "panel.su"));
+
+  auto cut = SegyFile(3, 128);
+  cut.resize(cut.size() - 8);
+  test::WriteBytes(dir / "CUT.sgy", cut);
+  test::WriteText(dir / "old.su", "keep me");
+  r = Convert({"segy", dir / "CUT.sgy", "--force", "-o", dir / "old.su"});
+  EXPECT_NE(r.status, 0);
+  EXPECT_NE(r.err.find("CUT.sgy: 5,848 bytes"), std::string::npos) << r.err;
+  EXPECT_EQ(test::ReadText(dir / "old.su"), "keep me");
+  r = Convert({"segy", dir / "L.sgy", "--dry-run", "-o", dir / "dry.su"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  // The reader leaves its reel headers beside the input, as from the panel.
+  ExpectOnly(dir, {"L.sgy", "CUT.sgy", "old.su", "cli.su", "panel.su", "binary", "header"});
+}
+
 }  // namespace
 }  // namespace vexmor
