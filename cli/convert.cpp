@@ -623,6 +623,7 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
       group.job.sizes = {sizes[k]};
       const std::string ending = route.outputEndings ? "." : route.name == "su2ascii" ? ".txt"
                                  : route.name == "su2kgs" ? ".dat"
+                                 : route.name == "su2segy" ? ".sgy"
                                                           : ".su";
       group.output = (fs::absolute(outputDir) / (StemOf(inputs[k]) + ending)).lexically_normal().string();
       groups.push_back(std::move(group));

@@ -722,6 +722,37 @@ void SegyConvert(PanelRun& run, const Job&, const std::string& stage) {
   run.Do({"click", "Command2"});
 }
 
+// ------------------------------------------------------------ su2segy
+
+constexpr RouteOption kSu2SegyOptions[] = {
+    {"from", "Text3", "first trace", "1"},
+    {"to", "Text4", "last trace", "the traces of the file"},
+    {"buffer", "Text5", "buffered (0 or 1)", "1"},
+    {"conv", "Text6", "1: samples to IBM floats", "1"},
+    {"errmax", "Text7", "errors allowed", "0"},
+    {"endian", "Text8", "byte order of the output (0 for PC)", "0"},
+};
+
+Plan Su2SegyProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option15", "SU2SGY");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  Plan plan = SuProbe(job, run.GetSession().State());
+  if (!plan.problems.empty()) return plan;
+  TypeOptions(run, kSu2SegyOptions, job);
+  Show(plan, run, "SU2SGY", kSu2SegyOptions);
+  // Every trace asked: the output is the reel headers and every trace.
+  if (job.Value("from") == nullptr && job.Value("to") == nullptr) {
+    plan.outputBytes = 3600 + plan.traces * (240 + 4 * int64_t{plan.samples});
+  }
+  return plan;
+}
+
+void Su2SegyConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.sgy"));
+  run.Do({"click", "Command2"});
+}
+
 // ------------------------------------------------------------ the table
 
 const Route kRoutes[] = {
@@ -751,6 +782,8 @@ const Route kRoutes[] = {
      nullptr, true},
     {"segy", "a SEG-Y file to SU, by our reader in a job", "SEGY", kSegyOptions, 1, SegyProbe, SegyConvert,
      " Conversion OK", nullptr, " Bytes are swapped", nullptr, true},
+    {"su2segy", "an SU file to SEG-Y, by our writer in a job", "SU2SGY", kSu2SegyOptions, 1, Su2SegyProbe,
+     Su2SegyConvert, " Conversion OK"},
 };
 
 }  // namespace

@@ -258,5 +258,29 @@ TEST(ConvertChainRoutes, SegyWaitsForItsJobAndRefusesACutTrace) {
   ExpectOnly(dir, {"L.sgy", "CUT.sgy", "old.su", "cli.su", "panel.su", "binary", "header"});
 }
 
+TEST(ConvertChainRoutes, Su2SegyWaitsForItsJobAndChecksTheSize) {
+  TempDir dir;
+  test::WriteBytes(dir / "S.su", SuRecords(1, 6, 16));
+  RunScript("open MainPanel\nclick Option15\nuse SU2SGY\nanswer dialog " + (dir / "S.su") +
+            "\nclick Command3\nset Text2 " + (dir / "panel.sgy") + "\nclick Command2\n");
+  WaitForJobs();
+  Result r = Convert({"su2segy", dir / "S.su", "-o", dir / "cli.sgy"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(ReadBytes(dir / "cli.sgy").size(), 3600u + 6 * (240 + 64));
+  EXPECT_EQ(ReadBytes(dir / "cli.sgy"), ReadBytes(dir / "panel.sgy"));
+
+  auto cut = SuRecords(1, 6, 16);
+  cut.resize(cut.size() - 4);
+  test::WriteBytes(dir / "CUT.su", cut);
+  test::WriteText(dir / "old.sgy", "keep me");
+  r = Convert({"su2segy", dir / "CUT.su", "--force", "-o", dir / "old.sgy"});
+  EXPECT_NE(r.status, 0);
+  EXPECT_NE(r.err.find("CUT.su: 1,820 bytes"), std::string::npos) << r.err;
+  EXPECT_EQ(test::ReadText(dir / "old.sgy"), "keep me");
+  r = Convert({"su2segy", dir / "S.su", "--dry-run", "-o", dir / "dry.sgy"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_FALSE(fs::exists(dir / "dry.sgy"));
+}
+
 }  // namespace
 }  // namespace vexmor
