@@ -10,6 +10,7 @@
 #include "convert.h"
 #include "core/binary_file.h"
 #include "core/numbers.h"
+#include "core/paths.h"
 #include "core/shared_state.h"
 #include "core/su_trace.h"
 #include "formats/kgs.h"
@@ -668,7 +669,12 @@ Plan SegdProbe(PanelRun& run, const Job& job) {
   return {};
 }
 
+// The job script and the files the tools leave go to the work folder, not
+// beside the input as the panel's job puts them.
+void JobsInWorkFolder(PanelRun& run) { run.GetSession().State().FolderOf = WorkFolder(); }
+
 void JobConvert(PanelRun& run, const Job&, const std::string& stage) {
+  JobsInWorkFolder(run);
   SetOutput(run, "Text2", Staged(stage, "out.su"));
   run.Do({"click", "Command2"});
 }
@@ -717,6 +723,7 @@ Plan SegyProbe(PanelRun& run, const Job& job) {
 
 void SegyConvert(PanelRun& run, const Job&, const std::string& stage) {
   SetOutput(run, "Text2", Staged(stage, "out.su"));
+  JobsInWorkFolder(run);
   // The panel's test run of the first traces enables Convert.
   run.Do({"click", "Command5"});
   run.Do({"click", "Command2"});

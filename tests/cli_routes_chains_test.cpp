@@ -201,8 +201,11 @@ TEST(ConvertChainRoutes, SegdRunsTheJobAndJudgesItsOutput) {
   EXPECT_NE(r.status, 0);
   EXPECT_NE(r.err.find("NONE.SGD"), std::string::npos) << r.err;
 
-  const std::string segd = std::string(VEXMOR_SHARED_SAMPLES) + "/segd/demo-8058.segd";
-  if (!fs::exists(segd)) GTEST_SKIP() << "no SEG-D sample here";
+  const std::string sample = std::string(VEXMOR_SHARED_SAMPLES) + "/segd/demo-8058.segd";
+  if (!fs::exists(sample)) GTEST_SKIP() << "no SEG-D sample here";
+  // Read in place through a link: the panel's job script goes beside it.
+  const std::string segd = dir / "demo.segd";
+  fs::create_symlink(sample, segd);
   RunScript("open MainPanel\nclick Option13\nuse Convert\nanswer dialog " + segd + "\nclick Command3\nset Text2 " +
             (dir / "panel.su") + "\nclick Command2\n");
   WaitForJobs();
@@ -254,8 +257,14 @@ TEST(ConvertChainRoutes, SegyWaitsForItsJobAndRefusesACutTrace) {
   EXPECT_EQ(test::ReadText(dir / "old.su"), "keep me");
   r = Convert({"segy", dir / "L.sgy", "--dry-run", "-o", dir / "dry.su"});
   EXPECT_EQ(r.status, 0) << r.err;
-  // The reader leaves its reel headers beside the input, as from the panel.
+  // The panel's run left its reel headers beside the input; the route's
+  // runs leave nothing there.
   ExpectOnly(dir, {"L.sgy", "CUT.sgy", "old.su", "cli.su", "panel.su", "binary", "header"});
+  fs::remove(dir / "binary");
+  fs::remove(dir / "header");
+  r = Convert({"segy", dir / "L.sgy", "--force", "-o", dir / "cli.su"});
+  EXPECT_EQ(r.status, 0) << r.err;
+  ExpectOnly(dir, {"L.sgy", "CUT.sgy", "old.su", "cli.su", "panel.su"});
 }
 
 TEST(ConvertChainRoutes, Su2SegyWaitsForItsJobAndChecksTheSize) {
