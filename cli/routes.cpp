@@ -756,6 +756,10 @@ Plan Su2SegyProbe(PanelRun& run, const Job& job) {
 }
 
 void Su2SegyConvert(PanelRun& run, const Job&, const std::string& stage) {
+  // This panel's job runs in the current folder, where its header writer
+  // leaves two files: the work folder takes them (the frame goes back).
+  JobsInWorkFolder(run);
+  fs::current_path(WorkFolder());
   SetOutput(run, "Text2", Staged(stage, "out.sgy"));
   run.Do({"click", "Command2"});
 }

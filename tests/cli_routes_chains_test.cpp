@@ -270,6 +270,9 @@ TEST(ConvertChainRoutes, SegyWaitsForItsJobAndRefusesACutTrace) {
 TEST(ConvertChainRoutes, Su2SegyWaitsForItsJobAndChecksTheSize) {
   TempDir dir;
   test::WriteBytes(dir / "S.su", SuRecords(1, 6, 16));
+  // The panel's job leaves its header files in the current folder.
+  test::KeepCurrentFolder keep;
+  fs::current_path(dir.Path());
   RunScript("open MainPanel\nclick Option15\nuse SU2SGY\nanswer dialog " + (dir / "S.su") +
             "\nclick Command3\nset Text2 " + (dir / "panel.sgy") + "\nclick Command2\n");
   WaitForJobs();
@@ -289,6 +292,8 @@ TEST(ConvertChainRoutes, Su2SegyWaitsForItsJobAndChecksTheSize) {
   r = Convert({"su2segy", dir / "S.su", "--dry-run", "-o", dir / "dry.sgy"});
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_FALSE(fs::exists(dir / "dry.sgy"));
+  // The route's own runs leave nothing in the current folder.
+  ExpectOnly(dir, {"S.su", "CUT.su", "old.sgy", "cli.sgy", "panel.sgy", "binary", "header"});
 }
 
 }  // namespace
