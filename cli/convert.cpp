@@ -1,5 +1,8 @@
 #include "convert.h"
 
+#include "core/binary_file.h"
+#include "core/su_trace.h"
+
 #include <unistd.h>
 
 #include <csignal>
@@ -396,6 +399,8 @@ std::string ConvertGroup(const Route& route, Group& group, ProgressLine& progres
       return "the conversion stopped: \"" + message + "\"";
     }
   }
+  // A job script tells nothing on screen: its output is the judge.
+  if (route.doneMessage.empty() && messages.empty()) done = true;
   if (!done) {
     cleanUp();
     return "the conversion did not end (no \"" + std::string(route.doneMessage) + "\")";
@@ -411,6 +416,16 @@ std::string ConvertGroup(const Route& route, Group& group, ProgressLine& progres
     cleanUp();
     return "the conversion made " + std::to_string(files.size()) + " file(s), " +
            std::to_string(group.finals.size()) + " expected";
+  }
+  if (route.jobOutput && files.size() == 1) {
+    std::error_code ec;
+    const auto size = static_cast<int64_t>(fs::file_size(files[0], ec));
+    int16_t ns = 0;
+    if (!ec && size >= 240) ns = BinaryFile(files[0], BinaryFile::Mode::Read).ReadI16(SuWordNamed("ns").offset);
+    if (ec || size < 240 || ns <= 0 || size % (240 + 4 * int64_t{ns}) != 0) {
+      cleanUp();
+      return "the job wrote " + Grouped(ec ? 0 : size) + " bytes, not a whole SU file (ns " + std::to_string(ns) + ")";
+    }
   }
   if (group.plan.outputBytes >= 0 && files.size() == 1) {
     std::error_code ec;
@@ -606,7 +621,10 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
       Group group;
       group.inputs = {inputs[k]};
       group.job.sizes = {sizes[k]};
-      const std::string ending = route.outputEndings ? "." : route.name == "su2ascii" ? ".txt" : ".su";
+      const std::string ending = route.outputEndings ? "." : route.name == "su2ascii" ? ".txt"
+                                 : route.name == "su2kgs" ? ".dat"
+                                 : route.name == "su2segy" ? ".sgy"
+                                                          : ".su";
       group.output = (fs::absolute(outputDir) / (StemOf(inputs[k]) + ending)).lexically_normal().string();
       groups.push_back(std::move(group));
     }

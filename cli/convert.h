@@ -80,6 +80,9 @@ struct Route {
   std::string_view question = {};
   // Run once every output is in place (deleting the inputs when asked).
   void (*afterWritten)(const Job& job) = nullptr;
+  // Made by a job of our tools, whose end the panel may announce before it
+  // has run: the output is taken only as a whole SU file.
+  bool jobOutput = false;
 };
 
 std::span<const Route> Routes();

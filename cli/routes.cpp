@@ -12,12 +12,16 @@
 #include "core/binary_file.h"
 #include "core/mapped_file.h"
 #include "core/numbers.h"
+#include "core/paths.h"
 #include "core/shared_state.h"
 #include "core/su_trace.h"
 #include "core/text_reader.h"
 #include "formats/column_text.h"
 #include "formats/dt1.h"
 #include "importers/radar/dzt_words.h"
+#include "formats/kgs.h"
+#include "panels/form.h"
+#include "panels/session.h"
 #include "importers/radar/ramac_format.h"
 #include "importers/seismograph/abem_format.h"
 #include "importers/seismograph/ambrogeo_format.h"
@@ -896,6 +900,204 @@ Plan DolangProbe(PanelRun& run, const Job& job) {
     const size_t found = ReadChannelTrace(ReadWholeFile(channels.inputs[k]), trace);
     NeedValues(plan, channels.inputs[k], channels.sizes[k], static_cast<int64_t>(found), plan.samples,
                "a trace of " + PlainDigits(samples) + " samples");
+
+// ------------------------------------------------------------ KGS
+
+constexpr RouteOption kKgsToSuOptions[] = {
+    {"depth", "", "source depth below surface (the panel's question)", "1"},
+};
+
+// An input whose records all have the size that ns gives: the panel would
+// count a cut last record (rounded) and write it padded with zeros.
+void WholeRecords(Plan& plan, const Job& job, int64_t record, std::string_view what) {
+  if (record > 0 && job.sizes[0] % record == 0 && job.sizes[0] > 0) return;
+  plan.problems.push_back(job.inputs[0] + ": " + Grouped(job.sizes[0]) + " bytes, " + std::string(what) +
+                          " of " + Grouped(record) + " bytes each (ns at byte 114) expected");
+}
+
+int16_t WordAt(const Job& job, int offset) {
+  if (job.sizes[0] < offset + 2) return 0;
+  BinaryFile file(job.inputs[0], BinaryFile::Mode::Read);
+  return file.ReadI16(offset);
+}
+
+Plan KgsToSuProbe(PanelRun& run, const Job& job, std::string_view option, KgsKind kind) {
+  OpenFromMain(run, option, "Convert");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  Plan plan;
+  plan.numbers.emplace_back("depth", job.ValueOr("depth", "1"));
+  const int16_t ns = WordAt(job, kKgsNsOffset);
+  plan.interval = WordAt(job, kKgsDtOffset);
+  if (ns < 1) {
+    plan.problems.push_back(job.inputs[0] + ": ns read as " + std::to_string(ns) + " at byte 114, 1 or more expected");
+    return plan;
+  }
+  if (kind == KgsKind::Integer) plan.numbers.emplace_back("channels", std::to_string(WordAt(job, kKgsChannelsOffset)));
+  const int64_t record = KgsRecordSize(kind, ns);
+  WholeRecords(plan, job, record, "KGS records");
+  plan.samples = ns;
+  plan.traces = job.sizes[0] / record;
+  plan.outputBytes = plan.traces * (240 + 4 * int64_t{ns});
+  return plan;
+}
+
+Plan KgsiProbe(PanelRun& run, const Job& job) { return KgsToSuProbe(run, job, "Option3", KgsKind::Integer); }
+Plan KgsProbe(PanelRun& run, const Job& job) { return KgsToSuProbe(run, job, "Option9", KgsKind::Floating); }
+
+void KgsToSuConvert(PanelRun& run, const Job& job, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"answer", "prompt", job.ValueOr("depth", "1")});
+  run.Do({"click", "Command2"});
+}
+
+constexpr RouteOption kSuToKgsOptions[] = {
+    {"data-type", "", "data type when the channels cannot be counted: 0 raw field, 1 CDP gather, 2 CDP stacked, "
+                      "3 trace number index, 4 velocity scan", "2"},
+    {"record-word", "", "trace-header word of the record number (8, 12, 19, 86, 87 or 92)", "12"},
+    {"trace-word", "", "trace-header word of the trace number in each record (0: input order)", "0"},
+    {"direction", "", "trace direction: 1 ascending, -1 descending", "1"},
+};
+
+// The channels counted here decide whether the panel asks the data type.
+Plan SuToKgsProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option11", "Convert");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  SharedState& state = run.GetSession().State();
+  Plan plan = SuProbe(job, state);
+  if (!plan.problems.empty()) return plan;
+  state.NbSamples = plan.samples;
+  int16_t channels = 0;
+  CountChannels(job.inputs[0], static_cast<int32_t>(plan.traces), channels, state);
+  plan.numbers.emplace_back("channels", std::to_string(channels));
+  for (const RouteOption& option : kSuToKgsOptions) {
+    if (option.name == "data-type" && channels != 0) continue;
+    const std::string answer = job.ValueOr(std::string(option.name), std::string(option.fallback));
+    plan.numbers.emplace_back(option.name, answer);
+    run.Do({"answer", "prompt", answer});
+  }
+  plan.outputBytes = job.sizes[0];
+  return plan;
+}
+
+void SuToKgsConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.dat"));
+  // The answers are queued by the probe, which knows whether the data type
+  // is asked.
+  run.Do({"click", "Command2"});
+}
+
+// ------------------------------------------------------------ add
+
+constexpr RouteOption kAddOptions[] = {
+    {"delete-inputs", "", "delete the inputs once the joined file is in place", "kept", true},
+};
+
+// Every input a whole SU file: the panel appends bytes as they are.
+Plan AddProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option20", "Add_SU_files");
+  run.Do({"answer", "dialog", SelectionAnswer(job, false)});
+  run.Do({"click", "Command1"});
+  // The panel's own deleting would come before the output is in place.
+  Form* panel = run.GetSession().Find("Add_SU_files");
+  Control* check = panel ? panel->Find("Check1") : nullptr;
+  if (check != nullptr && check->Value()) run.Do({"click", "Check1"});
+  Plan plan;
+  plan.outputBytes = 0;
+  for (size_t k = 0; k < job.inputs.size(); ++k) {
+    Job one;
+    one.inputs = {job.inputs[k]};
+    one.sizes = {job.sizes[k]};
+    const Plan own = SuProbe(one, run.GetSession().State());
+    plan.problems.insert(plan.problems.end(), own.problems.begin(), own.problems.end());
+    if (k == 0) {
+      plan.samples = own.samples;
+      plan.interval = own.interval;
+    } else if (own.problems.empty() && own.samples != plan.samples) {
+      plan.problems.push_back(job.inputs[k] + ": " + std::to_string(own.samples) + " samples a trace where " +
+                              job.inputs[0] + " has " + std::to_string(plan.samples));
+    }
+    plan.traces += own.traces;
+    plan.outputBytes += job.sizes[k];
+  }
+  plan.numbers.emplace_back("files", std::to_string(job.inputs.size()));
+  plan.numbers.emplace_back("delete-inputs", job.Value("delete-inputs") ? "yes" : "no");
+  return plan;
+}
+
+void AddConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command2"});
+}
+
+void AddAfterWritten(const Job& job) {
+  if (job.Value("delete-inputs") == nullptr) return;
+  for (const std::string& input : job.inputs) {
+    std::error_code ec;
+    fs::remove(input, ec);
+  }
+}
+
+// ------------------------------------------------------------ segd
+
+// The record is read by our tool in a job: what it finds is known only
+// from what it writes.
+Plan SegdProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option13", "Convert");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  return {};
+}
+
+// The job script and the files the tools leave go to the work folder, not
+// beside the input as the panel's job puts them.
+void JobsInWorkFolder(PanelRun& run) { run.GetSession().State().FolderOf = WorkFolder(); }
+
+void JobConvert(PanelRun& run, const Job&, const std::string& stage) {
+  JobsInWorkFolder(run);
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  run.Do({"click", "Command2"});
+}
+
+// ------------------------------------------------------------ segy
+
+constexpr RouteOption kSegyOptions[] = {
+    {"samples", "Text4", "samples per trace (ns=)", "byte 3714 of the file"},
+    {"conv", "Text6", "1: IBM floats to native", "1 (0 when the bytes are swapped)"},
+    {"over", "Text7", "1: go on past an unknown sample format", "0 (1 when the bytes are swapped)"},
+    {"endian", "Text8", "byte order of the file for the reader", "0"},
+    {"from", "Text1", "first trace", "1"},
+    {"to", "Text3", "last trace", "the traces the file's size gives"},
+};
+
+Plan SegyProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option2", "SEGY");
+  run.Do({"answer", "dialog", SelectionAnswer(job, true)});
+  run.Do({"click", "Command1"});
+  Plan plan;
+  for (const std::string& message : run.TakeMessages()) {
+    if (message.find("can't be read") != std::string::npos) plan.problems.push_back(message);
+  }
+  // No console window to show the job: it runs hidden.
+  run.Do({"set", "Text9", "0"});
+  TypeOptions(run, kSegyOptions, job);
+  Show(plan, run, "SEGY", kSegyOptions);
+  plan.samples = static_cast<int32_t>(Number(run, "SEGY", "Text4"));
+  plan.traces = static_cast<int64_t>(Number(run, "SEGY", "Text5"));
+  plan.interval = run.GetSession().State().SampleInterval;
+  // Every trace of the file, when all are asked for: a cut last trace that
+  // the reader leaves out is a failure, not a shorter line.
+  if (job.Value("from") == nullptr && job.Value("to") == nullptr && plan.samples > 0) {
+    plan.outputBytes = plan.traces * (240 + 4 * int64_t{plan.samples});
+    // The reader pads a cut last trace with zeros: refused here instead.
+    const int16_t format = WordAt(job, 3224);
+    const int bytes = format == 3 || format == 0x0300 ? 2 : 4;
+    const int64_t trace = 240 + bytes * int64_t{plan.samples};
+    if (job.sizes[0] < 3600 + trace || (job.sizes[0] - 3600) % trace != 0) {
+      plan.problems.push_back(job.inputs[0] + ": " + Grouped(job.sizes[0]) + " bytes, a SEG-Y file of 3,600 + traces of " +
+                              Grouped(trace) + " bytes (" + std::to_string(plan.samples) + " samples) expected");
+    }
   }
   return plan;
 }
@@ -903,6 +1105,50 @@ Plan DolangProbe(PanelRun& run, const Job& job) {
 void DolangConvert(PanelRun& run, const Job&, const std::string& stage) {
   SetOutput(run, "Text5", Staged(stage, "out.su"));
   run.Do({"click", "Command1"});
+void SegyConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text2", Staged(stage, "out.su"));
+  JobsInWorkFolder(run);
+  // Its test run reads in the current folder and leaves the reel headers
+  // there: the work folder takes them (the frame goes back).
+  fs::current_path(WorkFolder());
+  // The panel's test run of the first traces enables Convert.
+  run.Do({"click", "Command5"});
+  run.Do({"click", "Command2"});
+}
+
+// ------------------------------------------------------------ su2segy
+
+constexpr RouteOption kSu2SegyOptions[] = {
+    {"from", "Text3", "first trace", "1"},
+    {"to", "Text4", "last trace", "the traces of the file"},
+    {"buffer", "Text5", "buffered (0 or 1)", "1"},
+    {"conv", "Text6", "1: samples to IBM floats", "1"},
+    {"errmax", "Text7", "errors allowed", "0"},
+    {"endian", "Text8", "byte order of the output (0 for PC)", "0"},
+};
+
+Plan Su2SegyProbe(PanelRun& run, const Job& job) {
+  OpenFromMain(run, "Option15", "SU2SGY");
+  run.Do({"answer", "dialog", job.inputs[0]});
+  run.Do({"click", "Command3"});
+  Plan plan = SuProbe(job, run.GetSession().State());
+  if (!plan.problems.empty()) return plan;
+  TypeOptions(run, kSu2SegyOptions, job);
+  Show(plan, run, "SU2SGY", kSu2SegyOptions);
+  // Every trace asked: the output is the reel headers and every trace.
+  if (job.Value("from") == nullptr && job.Value("to") == nullptr) {
+    plan.outputBytes = 3600 + plan.traces * (240 + 4 * int64_t{plan.samples});
+  }
+  return plan;
+}
+
+void Su2SegyConvert(PanelRun& run, const Job&, const std::string& stage) {
+  // This panel's job runs in the current folder, where its header writer
+  // leaves two files: the work folder takes them (the frame goes back).
+  JobsInWorkFolder(run);
+  fs::current_path(WorkFolder());
+  SetOutput(run, "Text2", Staged(stage, "out.sgy"));
+  run.Do({"click", "Command2"});
 }
 
 // ------------------------------------------------------------ the table
@@ -935,6 +1181,19 @@ const Route kRoutes[] = {
      "Conversion OK! "},
     {"dolang", "a Dolang shot (its channel files and its .ADT) to SU", "DOLANG", kDolangOptions, 100, DolangProbe,
      DolangConvert, "OK Conversion done"},
+    {"kgsi", "a KGS integer file (.EVD) to SU", "Convert", kKgsToSuOptions, 1, KgsiProbe, KgsToSuConvert,
+     "Conversion OK"},
+    {"kgs", "a KGS floating file to SU", "Convert", kKgsToSuOptions, 1, KgsProbe, KgsToSuConvert, "Conversion OK"},
+    {"su2kgs", "an SU file to KGS floating", "Convert", kSuToKgsOptions, 1, SuToKgsProbe, SuToKgsConvert,
+     "Conversion OK"},
+    {"add", "SU files joined one behind the other into one", "Add_SU_files", kAddOptions, 99, AddProbe, AddConvert,
+     " has been recorded OK", nullptr, {}, AddAfterWritten},
+    {"segd", "a SEG-D record to SU, by our reader in a job", "Convert", {}, 1, SegdProbe, JobConvert, "", nullptr, {},
+     nullptr, true},
+    {"segy", "a SEG-Y file to SU, by our reader in a job", "SEGY", kSegyOptions, 1, SegyProbe, SegyConvert,
+     " Conversion OK", nullptr, " Bytes are swapped", nullptr, true},
+    {"su2segy", "an SU file to SEG-Y, by our writer in a job", "SU2SGY", kSu2SegyOptions, 1, Su2SegyProbe,
+     Su2SegyConvert, " Conversion OK"},
 };
 
 }  // namespace
