@@ -18,10 +18,8 @@
 #include "core/text_reader.h"
 #include "formats/column_text.h"
 #include "formats/dt1.h"
-#include "importers/radar/dzt_words.h"
 #include "formats/kgs.h"
-#include "panels/form.h"
-#include "panels/session.h"
+#include "importers/radar/dzt_words.h"
 #include "importers/radar/ramac_format.h"
 #include "importers/seismograph/abem_format.h"
 #include "importers/seismograph/ambrogeo_format.h"
@@ -30,6 +28,7 @@
 #include "importers/seismograph/es1225_format.h"
 #include "importers/seismograph/oyo_format.h"
 #include "importers/seismograph/pasi_format.h"
+#include "panels/form.h"
 #include "panels/session.h"
 #include "utilities/su_ascii.h"
 
@@ -900,6 +899,14 @@ Plan DolangProbe(PanelRun& run, const Job& job) {
     const size_t found = ReadChannelTrace(ReadWholeFile(channels.inputs[k]), trace);
     NeedValues(plan, channels.inputs[k], channels.sizes[k], static_cast<int64_t>(found), plan.samples,
                "a trace of " + PlainDigits(samples) + " samples");
+  }
+  return plan;
+}
+
+void DolangConvert(PanelRun& run, const Job&, const std::string& stage) {
+  SetOutput(run, "Text5", Staged(stage, "out.su"));
+  run.Do({"click", "Command1"});
+}
 
 // ------------------------------------------------------------ KGS
 
@@ -1102,9 +1109,6 @@ Plan SegyProbe(PanelRun& run, const Job& job) {
   return plan;
 }
 
-void DolangConvert(PanelRun& run, const Job&, const std::string& stage) {
-  SetOutput(run, "Text5", Staged(stage, "out.su"));
-  run.Do({"click", "Command1"});
 void SegyConvert(PanelRun& run, const Job&, const std::string& stage) {
   SetOutput(run, "Text2", Staged(stage, "out.su"));
   JobsInWorkFolder(run);
