@@ -76,6 +76,15 @@ TEST(ViewerFormats, SuSeg2DztAndRamac) {
   auto su = FieldFile::Open(dir / "a.su");
   EXPECT_EQ(view::InfoLine(su->Info()), "format=SU traces=2 samples=3 interval=2000 byte_order=little");
   EXPECT_EQ(TraceOf(*su, 1).samples, (std::vector<float>{4, 5, 6}));
+  EXPECT_FALSE(su->Info().radar);
+  // Our radar imports mark nhs 95 (bytes 32-33) and hold ns x 1000 in dt.
+  auto radar = test::MakeSu({{1, 2, 3}, {4, 5, 6}}, 400);
+  radar[32] = 95;
+  radar[240 + 12 + 32] = 95;
+  test::WriteBytes(dir / "r.su", radar);
+  auto rsu = FieldFile::Open(dir / "r.su");
+  EXPECT_TRUE(rsu->Info().radar);
+  EXPECT_EQ(view::InfoLine(rsu->Info()), "format=SU traces=2 samples=3 interval=0.4 byte_order=little");
 
   std::vector<Seg2WriteTrace> traces(2);
   traces[0].samples = {10, -20, 30, -40};

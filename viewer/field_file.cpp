@@ -93,6 +93,13 @@ void OpenSu(FieldFile::State& s) {
   s.info.traces = s.su.wholeTraces + (s.su.lastCutShort ? 1 : 0);
   s.info.samples = s.su.ns;
   s.info.interval = s.su.dt;
+  // An SU file made from a radar profile marks its traces with nhs 95 and
+  // holds nanoseconds x 1000 in dt: show it as radar, in ns.
+  uint8_t nhs[2] = {0, 0};
+  if (s.file.Read(32, nhs, 2) == 2 && GetLE16(nhs) == kRadarMark) {
+    s.info.radar = true;
+    s.info.interval = s.su.dt / 1000.0;
+  }
   if (s.su.lastCutShort) s.Note("the last trace is cut short: shown padded with zeros");
 }
 
