@@ -489,6 +489,18 @@ ChannelRange ChannelsAsked(const Plan& plan, const Job& job) {
   return range;
 }
 
+// Where the panel can't count channels (a constant tracf, a short file),
+// the traces of the first record: those up to the first change of fldr.
+int64_t FirstRecordTraces(const std::string& path, const Plan& plan) {
+  if (plan.samples <= 0 || plan.traces <= 0) return 0;
+  BinaryFile file(ResolveExisting(path), BinaryFile::Mode::Read);
+  const int64_t record = 240 + 4 * int64_t{plan.samples};
+  const int32_t first = file.ReadI32(8);
+  int64_t n = 1;
+  while (n < plan.traces && file.ReadI32(n * record + 8) == first) ++n;
+  return n;
+}
+
 Plan ChannelsProbe(PanelRun& run, const Job& job) {
   run.Do({"open", "MainPanel"});
   SharedState& state = run.GetSession().State();
@@ -497,6 +509,7 @@ Plan ChannelsProbe(PanelRun& run, const Job& job) {
   int32_t traces = 0;
   int16_t channels = 0;
   Calcul_Channel(job.inputs[0], traces, channels, state);
+  if (channels <= 0) channels = static_cast<int16_t>(std::min<int64_t>(FirstRecordTraces(job.inputs[0], plan), 32767));
   plan.numbers.emplace_back("channels", std::to_string(channels));
   const ChannelRange range = ChannelsAsked(plan, job);
   plan.numbers.emplace_back("first", std::to_string(range.first));
