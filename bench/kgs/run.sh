@@ -39,19 +39,7 @@ SCRIPT
 
 . "$top/bench/timing.sh"
 
-best_cp_real=999; best_cp_cpu=999; best_su_real=999; best_su_cpu=999
-for round in $(seq 1 "$rounds"); do
-  rm -f "$work/copy.EVD" "$work/out.su"
-  sync
-  read -r cp_real cp_cpu < <(timed cp "$work/in.EVD" "$work/copy.EVD")
-  rm -f "$work/copy.EVD"
-  sync
-  read -r su_real su_cpu < <(timed "$cli" run "$work/convert.txt")
-  printf 'round %d: cp %.3f s (cpu %.3f s), KGS integer to SU %.3f s (cpu %.3f s)\n' \
-    "$round" "$cp_real" "$cp_cpu" "$su_real" "$su_cpu"
-  best_cp_real=$(min "$cp_real" "$best_cp_real"); best_cp_cpu=$(min "$cp_cpu" "$best_cp_cpu")
-  best_su_real=$(min "$su_real" "$best_su_real"); best_su_cpu=$(min "$su_cpu" "$best_su_cpu")
-done
+rounds_against_cp "KGS integer to SU" "$rounds" 'rm -f "$work/copy.EVD" "$work/out.su"' "$work/convert.txt" "$work/in.EVD" "$work/copy.EVD"
 "$cli" run "$work/convert.txt" > "$work/transcript.txt"
 grep -q '"Conversion OK"' "$work/transcript.txt" || { cat "$work/transcript.txt" >&2; exit 1; }
 # The SU file holds twice the sample bytes: cp of it, for scale.
@@ -67,8 +55,5 @@ rm -f "$work/copy.su"
 out_bytes=$(stat -c %s "$work/out.su")
 [ "$out_bytes" -eq $((records * (240 + 4 * ns))) ] || { echo "output has $out_bytes bytes" >&2; exit 1; }
 printf 'input %.1f MB, output %.1f MB\n' "$(calc "$bytes / 1000000")" "$(calc "$out_bytes / 1000000")"
-printf 'best of %d, elapsed: cp %.3f s, KGS integer to SU %.3f s, ratio %.2f\n' "$rounds" "$best_cp_real" \
-  "$best_su_real" "$(calc "$best_su_real / $best_cp_real")"
-printf 'best of %d, cpu:     cp %.3f s, KGS integer to SU %.3f s, ratio %.2f\n' "$rounds" "$best_cp_cpu" \
-  "$best_su_cpu" "$(calc "$best_su_cpu / $best_cp_cpu")"
+report_best "KGS integer to SU" "$rounds"
 printf 'for scale, cp of the SU output: %.3f s elapsed\n' "$best_out_real"

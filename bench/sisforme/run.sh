@@ -42,17 +42,7 @@ SCRIPT
 
 . "$top/bench/timing.sh"
 
-best_cp_real=999; best_cp_cpu=999; best_su_real=999; best_su_cpu=999
-for round in $(seq 1 "$rounds"); do
-  rm -f "$work"/copy/* "$work/out.su"
-  sync
-  read -r cp_real cp_cpu < <(timed cp "$work"/in/*.DAT "$work/copy/")
-  read -r su_real su_cpu < <(timed "$cli" run "$work/convert.txt")
-  printf 'round %d: cp %.3f s (cpu %.3f s), sisforme %.3f s (cpu %.3f s)\n' \
-    "$round" "$cp_real" "$cp_cpu" "$su_real" "$su_cpu"
-  best_cp_real=$(min "$cp_real" "$best_cp_real"); best_cp_cpu=$(min "$cp_cpu" "$best_cp_cpu")
-  best_su_real=$(min "$su_real" "$best_su_real"); best_su_cpu=$(min "$su_cpu" "$best_su_cpu")
-done
+rounds_against_cp "sisforme" "$rounds" 'rm -f "$work"/copy/* "$work/out.su"' "$work/convert.txt" "$work"/in/*.DAT "$work/copy/"
 # One more run, to check that the conversion went through.
 "$cli" run "$work/convert.txt" > "$work/transcript.txt"
 grep -q '"OK, Conversion done"' "$work/transcript.txt" || { cat "$work/transcript.txt" >&2; exit 1; }
@@ -61,7 +51,4 @@ in_mb=$(calc "99 * $bytes / 1000000")
 out_bytes=$(stat -c %s "$work/out.su")
 [ "$out_bytes" -eq $((99 * 24 * (240 + 4 * 8000))) ] || { echo "output has $out_bytes bytes" >&2; exit 1; }
 printf 'input %.1f MB in 99 files, output %.1f MB\n' "$in_mb" "$(calc "$out_bytes / 1000000")"
-printf 'best of %d, elapsed: cp %.3f s, sisforme %.3f s, ratio %.2f\n' "$rounds" "$best_cp_real" \
-  "$best_su_real" "$(calc "$best_su_real / $best_cp_real")"
-printf 'best of %d, cpu:     cp %.3f s, sisforme %.3f s, ratio %.2f\n' "$rounds" "$best_cp_cpu" \
-  "$best_su_cpu" "$(calc "$best_su_cpu / $best_cp_cpu")"
+report_best "sisforme" "$rounds"

@@ -30,6 +30,9 @@ struct SuWord {
 };
 
 inline constexpr int kSuHeaderBytes = 240;
+// The most samples a trace can have where a panel holds its record size,
+// 240 + 4 x samples, in 16 bits.
+inline constexpr int kMaxSamples16BitRecord = 8131;
 inline constexpr int kSuWordCount = 79;
 
 const std::array<SuWord, kSuWordCount>& SuWords();

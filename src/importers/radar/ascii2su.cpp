@@ -49,7 +49,7 @@ constexpr EventRow<ASCII2SU> kEvents[] = {
 constexpr const char* kPanel = "ASCII2SU";
 
 // 4 x S + 240 is a 16-bit sum; the read loop counts traces in 16 bits.
-constexpr RadarLimits kLimits{32767, 8131, 8131, "Trace number", "Number of samples"};
+constexpr RadarLimits kLimits{32767, kMaxSamples16BitRecord, kMaxSamples16BitRecord, "Trace number", "Number of samples"};
 
 // Traces written at a time: rows are read whole, each block of traces then
 // gathered column by column while it is still in the cache.

@@ -57,7 +57,7 @@ constexpr EventRow<DZT_old> kEvents[] = {
 constexpr const char* kPanel = "DZT_old";
 
 // 4 x M + 240 is a 16-bit sum; the traces are a 32-bit count.
-constexpr RadarLimits kLimits{std::numeric_limits<int32_t>::max(), 8131, 8131, "Trace number", "Number of samples"};
+constexpr RadarLimits kLimits{std::numeric_limits<int32_t>::max(), kMaxSamples16BitRecord, kMaxSamples16BitRecord, "Trace number", "Number of samples"};
 
 }  // namespace
 

@@ -20,6 +20,7 @@
 #include <string>
 
 #include "core/file_date.h"
+#include "core/su_trace.h"
 
 namespace vexmor {
 
@@ -38,7 +39,7 @@ struct RamacConversion {
 // The largest values that the trace and record sizes of 16 bits allow.
 inline constexpr int32_t kRamacMaxTraces = 32767;
 inline constexpr int32_t kRamacMaxSamples = 16383;      // 2 x M fits
-inline constexpr int32_t kRamacMaxOutputSamples = 8131;  // 4 x N + 240 fits
+inline constexpr int32_t kRamacMaxOutputSamples = kMaxSamples16BitRecord;
 
 // The values of a .rad header text, for a reader that only looks: each
 // "KEYWORD:value" line read plainly; what is missing stays 0.

@@ -79,8 +79,6 @@ constexpr const char* kHelpLines[] = {
     "4.- Display the result to check the conversion",
 };
 
-// The record size 240 + 4 x samples is a 16-bit sum.
-constexpr int kMaxSamples = 8131;
 constexpr int kSegyReelHeader = 3600;
 
 constexpr HeaderStep kDolangHeaderWords[] = {
@@ -182,7 +180,7 @@ void Dolang::Command1_Click() {
   SkipOnFailure([&] { channels = TextToInt16(Text2.Text()); });
   SkipOnFailure([&] { records = TextToInt16(Text3.Text()); });
   SkipOnFailure([&] { samples = TextToInt16(Text6.Text()); });
-  if (samples < 1 || samples > kMaxSamples) {
+  if (samples < 1 || samples > kMaxSamples16BitRecord) {
     platform.MessageBox("Samples per trace must be 1 to 8131, not " + PlainDigits(samples), buttons::kCritical,
                         kConverterTitle);
     return;

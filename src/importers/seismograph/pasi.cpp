@@ -9,6 +9,7 @@
 #include "core/numbers.h"
 #include "core/paths.h"
 #include "core/text_reader.h"
+#include "core/su_trace.h"
 #include "importers/seismograph/list_selection.h"
 #include "importers/seismograph/pasi_format.h"
 #include "importers/seismograph/seismograph.h"
@@ -45,8 +46,6 @@ constexpr EventRow<Pasi> kEvents[] = {
 // Entry 0 of the answer is always the folder: one file adds nothing.
 const ListSelectionRules kSelection = {{"LCM-1 file selection", "Record |*.asc|All files|*.*|", "*.asc"}, false};
 
-// The record size 240 + 4 x samples is a 16-bit sum.
-constexpr int kMaxSamples = 8131;
 
 constexpr HeaderStep kPasiHeaderWords[] = {
     Put("tracl", HeaderValue::Zero),
@@ -116,7 +115,7 @@ void Pasi::Command1_Click() {
   SkipOnFailure([&] { channels = TextToInt32(Text3.Text()); });
   SkipOnFailure([&] { state.SampleInterval = TextToInt16(Text5.Text()); });
   SkipOnFailure([&] { samples = TextToInt16(Text4.Text()); });
-  if (samples < 1 || samples > kMaxSamples) {
+  if (samples < 1 || samples > kMaxSamples16BitRecord) {
     platform.MessageBox("Number of sample must be 1 to 8131, not " + PlainDigits(samples), buttons::kCritical,
                         kConverterTitle);
     return;
