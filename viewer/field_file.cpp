@@ -109,6 +109,7 @@ void OpenSeg2(FieldFile::State& s) {
   s.info.name = "SEG-2";
   s.info.traces = static_cast<int64_t>(s.seg2.traces.size());
   s.info.bigEndian = s.seg2.bigEndian;
+  if (s.seg2.traces.empty()) throw std::runtime_error(s.path + ": the SEG-2 file holds no trace");
   for (const Seg2Trace& t : s.seg2.traces) s.info.samples = std::max<int64_t>(s.info.samples, t.samples);
   if (const std::string* interval = s.seg2.traces.front().Find("SAMPLE_INTERVAL")) {
     s.info.interval = std::atof(interval->c_str()) * 1e6;
@@ -132,6 +133,7 @@ void OpenSegd(FieldFile::State& s) {
   s.info.name = "SEG-D";
   s.info.traces = static_cast<int64_t>(s.segd.size());
   s.info.bigEndian = true;
+  if (s.segd.empty()) throw std::runtime_error(s.path + ": the SEG-D record holds no trace");
   for (const SegdTrace& x : s.segd) s.info.samples = std::max(s.info.samples, x.ns);
   s.info.interval = s.segd.front().dtUs;
 }
