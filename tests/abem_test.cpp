@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "core/binary_file.h"
 #include "core/failure.h"
 #include "importers/seismograph/abem_format.h"
 #include "list_importer_test_util.h"
@@ -83,13 +84,18 @@ TEST(AbemSelection, IntervalOfZeroOrNoNumberIsTakenAs100) {
   }
 }
 
+AbemHeaderLines LinesOf(const std::string& text) {
+  BinaryFile file = BinaryFile::OverMemory(
+      std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(text.data()), text.size()), "E.ABM");
+  return ReadAbemHeaderLines(file);
+}
+
 TEST(AbemSelection, LineEndsOfEveryKindAndAShortHeader) {
   TempDir dir;
   for (const std::string end : {"\n", "\r", "\r\n"}) {
     std::string text;
     for (int line = 1; line <= 113; ++line) text += (line == 7 ? "333" : line == 113 ? "4" : "x") + end;
-    test::WriteText(dir / "E.ABM", text);
-    const AbemHeaderLines lines = ReadAbemHeaderLines(dir / "E.ABM");
+    const AbemHeaderLines lines = LinesOf(text);
     EXPECT_EQ(lines.intervalLine, "333");
     EXPECT_EQ(lines.channelsLine, "4");
   }
@@ -99,15 +105,13 @@ TEST(AbemSelection, LineEndsOfEveryKindAndAShortHeader) {
   for (int line = 1; line <= 113; ++line) {
     longText += (line == 7 ? "333" + std::string(100000, 'x') : line == 113 ? "4" : std::string(9000, 'y')) + "\r\n";
   }
-  test::WriteText(dir / "LONG.ABM", longText);
-  const AbemHeaderLines longLines = ReadAbemHeaderLines(dir / "LONG.ABM");
+  const AbemHeaderLines longLines = LinesOf(longText);
   EXPECT_EQ(longLines.intervalLine.substr(0, 4), "333x");
   EXPECT_EQ(longLines.channelsLine, "4");
   // 112 lines: the reading fails and the values keep what they had.
   std::string text;
   for (int line = 1; line <= 112; ++line) text += (line == 7 ? "333\r\n" : "5\r\n");
-  test::WriteText(dir / "SHORT.ABM", text);
-  EXPECT_THROW(ReadAbemHeaderLines(dir / "SHORT.ABM"), RunTimeFailure);
+  EXPECT_THROW(LinesOf(text), RunTimeFailure);
   const std::string good = WriteRecord(dir, "G.ABM", 1, "200", "8", 8, 4);
   const std::string out = RunPanelScript(Opening() + "answer dialog " + Q(good) + "\nclick Command4\n" +
                                          "answer dialog " + Q(dir / "SHORT.ABM") + "\nclick Command4\n" +

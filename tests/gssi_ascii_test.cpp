@@ -6,8 +6,11 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <optional>
 
 #include "formats/column_text.h"
+#include "peak_memory.h"
 #include "platform/transcript.h"
 #include "radar_test_util.h"
 #include "tools_helpers.h"
@@ -293,6 +296,36 @@ TEST(Ascii2Su, ConvertAsksForWhatIsMissingAndRefusesTheLimits) {
             "output file name\\r\\n Number of samples per trace, sample rate and number of traces input is "
             "necessary ! \\r\\n  \" buttons=64 title=\"Norvane File converter\" -> 1\n"
             "closed ASCII2SU\n");
+}
+
+TEST(Ascii2Su, TypedCountsFarBeyondTheFileCostNoMemory) {
+  TempDir dir;
+  const std::string txt = dir / "few.txt", su = dir / "few.SU";
+  test::WriteText(txt, "1,2,3,4\n");
+  // 2000 traces of 8131 samples: 65 MB of cells that only four values fill.
+  const int traces = 2000, samples = 8131;
+  const std::string script = OpenAscii() + "set Text1 " + txt + "\nset Text2 " + su + "\nset Text3 " +
+                             std::to_string(samples) + "\nset Text4 7\nset Text5 " + std::to_string(traces) +
+                             "\nclick Command3\n";
+  const std::optional<int64_t> growth = test::PeakGrowthKb([&] { test::RunPanelScript(script); });
+  if (!growth) GTEST_SKIP() << "peak memory can't be measured here";
+  EXPECT_LT(*growth, 24 * 1024) << "kB";
+  // Every trace is still written, the four values in the first sample of
+  // the first four traces and 0 everywhere else.
+  const size_t record = 240 + 4 * static_cast<size_t>(samples);
+  ASSERT_EQ(std::filesystem::file_size(su), record * traces);
+  std::ifstream in(su, std::ios::binary);
+  auto sample = [&](int trace, int k) {
+    uint8_t bytes[4] = {};
+    in.seekg(static_cast<std::streamoff>(record * (trace - 1) + 240 + 4 * (k - 1)));
+    in.read(reinterpret_cast<char*>(bytes), 4);
+    return GetLEFloat(bytes);
+  };
+  EXPECT_EQ(sample(1, 1), 1.0f);
+  EXPECT_EQ(sample(4, 1), 4.0f);
+  EXPECT_EQ(sample(5, 1), 0.0f);
+  EXPECT_EQ(sample(1, 2), 0.0f);
+  EXPECT_EQ(sample(traces, samples), 0.0f);
 }
 
 TEST(Dzt2, StepOneStartsRtoawAndTheOtherButtonsOpenThePanels) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/binary_file.h"
 #include "core/failure.h"
 #include "importers/seismograph/handy_viewer_format.h"
 #include "list_importer_test_util.h"
@@ -69,13 +70,14 @@ TEST(HandyViewerSelection, TheProbeIsTheListsSecondLineEvenWhenItIsMissing) {
 TEST(HandyViewerFormat, IntervalAtByte40) {
   TempDir dir;
   const std::string path = Record(dir, "A.DAT", -2);
-  EXPECT_EQ(ReadMcSeis3Interval(path), -2);
   const auto bytes = test::ReadBytes(path);
+  BinaryFile whole = BinaryFile::OverMemory(bytes, "A.DAT");
+  EXPECT_EQ(ReadMcSeis3Interval(whole), -2);
   EXPECT_EQ(bytes[40], 0xFE);
   EXPECT_EQ(bytes[41], 0xFF);
-  test::WriteBytes(dir / "SHORT.DAT", std::vector<uint8_t>(41, 1));
-  EXPECT_THROW(ReadMcSeis3Interval(dir / "SHORT.DAT"), RunTimeFailure);
-  EXPECT_THROW(ReadMcSeis3Interval(dir / "NONE.DAT"), RunTimeFailure);
+  const std::vector<uint8_t> shortBytes(41, 1);
+  BinaryFile cut = BinaryFile::OverMemory(shortBytes, "SHORT.DAT");
+  EXPECT_THROW(ReadMcSeis3Interval(cut), RunTimeFailure);
 }
 
 TEST(BundledSamples, McSeis3Records) {

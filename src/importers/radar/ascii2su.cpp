@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -173,10 +174,19 @@ void ASCII2SU::convert_ascii() {
 
   // The values come sample by sample across the traces: all of them are
   // held, as read, before the first trace can be written. Cells the file
-  // has no value for stay 0.
+  // has no value for stay 0, so no more cells are held than the text can
+  // fill (a value takes at least one character): typed counts far beyond
+  // the file cost no memory.
+  std::optional<MappedFile> text;
+  try {
+    text.emplace(state.InputFile);
+  } catch (const RunTimeFailure&) {
+    // Unreadable: every sample stays 0.
+  }
+  const size_t textBytes = text ? text->Text().size() : 0;
+  const size_t cellCount = std::min(static_cast<size_t>(samples) * static_cast<size_t>(traces), textBytes + 1);
   std::unique_ptr<float[]> cells;
   std::vector<uint8_t> records;
-  const size_t cellCount = static_cast<size_t>(samples) * static_cast<size_t>(traces);
   const size_t recordSize = kSuHeaderBytes + 4 * static_cast<size_t>(samples);
   try {
     cells = std::make_unique<float[]>(cellCount);
@@ -185,11 +195,8 @@ void ASCII2SU::convert_ascii() {
     return refuse("Not enough memory for " + std::to_string(traces) + " traces of " + std::to_string(samples) +
                   " samples, nothing was converted");
   }
-  try {
-    ReadColumnValues(MappedFile(state.InputFile).Text(), std::span<float>(cells.get(), cellCount));
-  } catch (const RunTimeFailure&) {
-    // Unreadable: every sample stays 0.
-  }
+  if (text) ReadColumnValues(text->Text(), std::span<float>(cells.get(), cellCount));
+  text.reset();
 
   PlainTraceWords header;
   header.nhs = Check1.Value() ? 95 : 1;  // 95: the mark of a radar trace
@@ -209,9 +216,10 @@ void ASCII2SU::convert_ascii() {
         const int32_t k1 = std::min(samples, k0 + kTileSamples);
         for (int32_t b = 0; b < count; ++b) {
           uint8_t* out = records.data() + recordSize * b + kSuHeaderBytes;
-          const float* column = cells.get() + first + b;
+          const size_t column = static_cast<size_t>(first + b);
           for (int32_t k = k0; k < k1; ++k) {
-            PutLEFloat(out + 4 * static_cast<size_t>(k), column[static_cast<size_t>(k) * traces]);
+            const size_t cell = static_cast<size_t>(k) * static_cast<size_t>(traces) + column;
+            PutLEFloat(out + 4 * static_cast<size_t>(k), cell < cellCount ? cells[cell] : 0.0f);
           }
         }
       }

@@ -100,8 +100,10 @@ void Abem::Select_i() {
 // The numbers of the probe file's header, each step passed over when it
 // fails: what cannot be read keeps the value it had.
 void Abem::ReadProbe(const std::string& probe) {
+  std::optional<BinaryFile> file;
+  SkipOnFailure([&] { file.emplace(probe, BinaryFile::Mode::Read); });
   std::optional<AbemHeaderLines> lines;
-  SkipOnFailure([&] { lines = ReadAbemHeaderLines(probe); });
+  if (file) SkipOnFailure([&] { lines = ReadAbemHeaderLines(*file); });
   if (lines) {
     SkipOnFailure([&] { state.SampleInterval = TextToInt16(lines->intervalLine); });
     SkipOnFailure([&] { state.NbChannels = TextToInt16(lines->channelsLine); });
@@ -114,7 +116,7 @@ void Abem::ReadProbe(const std::string& probe) {
   Text4.SetText(PlainDigits(state.NbSamples));
   Text5.SetText(PlainDigits(state.SampleInterval));
   state.InputFile = probe;
-  SkipOnFailure([&] { RecordDate = ReadAbemDateTime(probe); });
+  if (file) SkipOnFailure([&] { RecordDate = ReadAbemDateTime(*file); });
 }
 
 void Abem::Command3_Click() {

@@ -17,8 +17,7 @@ constexpr size_t kLineKept = 4096;
 
 // Lines of the file from its start, up to `wanted` of them; the file is
 // read in blocks, so a record of any size costs only its first lines.
-std::vector<std::string> FirstLines(const std::string& path, int wanted) {
-  BinaryFile file(path, BinaryFile::Mode::Read);
+std::vector<std::string> FirstLines(BinaryFile& file, int wanted) {
   std::vector<std::string> lines;
   std::string line;
   std::vector<char> block(8192);
@@ -61,11 +60,11 @@ void PutText(std::vector<uint8_t>& out, size_t at, const std::string& text, size
 
 }  // namespace
 
-AbemHeaderLines ReadAbemHeaderLines(const std::string& path) {
-  const std::vector<std::string> lines = FirstLines(path, kAbemChannelsLine);
+AbemHeaderLines ReadAbemHeaderLines(BinaryFile& file) {
+  const std::vector<std::string> lines = FirstLines(file, kAbemChannelsLine);
   if (static_cast<int>(lines.size()) < kAbemChannelsLine) {
     throw RunTimeFailure(FailureCode::PastEndOfFile,
-                         path + ": the header has " + std::to_string(lines.size()) + " lines, 113 expected");
+                         file.Path() + ": the header has " + std::to_string(lines.size()) + " lines, 113 expected");
   }
   return {lines[kAbemIntervalLine - 1], lines[kAbemChannelsLine - 1]};
 }
@@ -91,8 +90,7 @@ AbemDateTime DecodeAbemDateTime(const std::vector<uint8_t>& fixed) {
   return when;
 }
 
-AbemDateTime ReadAbemDateTime(const std::string& path) {
-  BinaryFile file(path, BinaryFile::Mode::Read);
+AbemDateTime ReadAbemDateTime(BinaryFile& file) {
   std::vector<uint8_t> fixed(kAbemFixedBytes);
   const size_t got = file.Read(0, fixed.data(), fixed.size());
   fixed.resize(got);

@@ -19,6 +19,8 @@
 
 namespace vexmor {
 
+class BinaryFile;
+
 inline constexpr int64_t kAbemDataStart = 2048;
 inline constexpr int kAbemIntervalLine = 7;    // from 1
 inline constexpr int kAbemChannelsLine = 113;  // the last line read
@@ -31,7 +33,7 @@ struct AbemHeaderLines {
   std::string intervalLine;
   std::string channelsLine;
 };
-AbemHeaderLines ReadAbemHeaderLines(const std::string& path);
+AbemHeaderLines ReadAbemHeaderLines(BinaryFile& file);
 
 // Samples per trace for a file of that size: (size - 2048) / channels / 2,
 // rounded half to even. No channels is a run-time failure (DivisionByZero).
@@ -51,7 +53,7 @@ struct AbemDateTime {
 };
 // `fixed` holds bytes 0..600 of the file (fewer bytes read as blanks).
 AbemDateTime DecodeAbemDateTime(const std::vector<uint8_t>& fixed);
-AbemDateTime ReadAbemDateTime(const std::string& path);
+AbemDateTime ReadAbemDateTime(BinaryFile& file);
 
 // A record in this layout, for the sample generator and the tests.
 struct AbemRecordContent {

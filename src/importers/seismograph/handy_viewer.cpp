@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "core/binary_file.h"
 #include "core/numbers.h"
 #include "core/text.h"
 #include "importers/seismograph/handy_viewer_format.h"
@@ -59,7 +60,8 @@ void HandyViewer::Command5_Click() {
   state.InputFile = probe;
   // A file that can't be read leaves Text5 as it was.
   SkipOnFailure([&] {
-    state.SampleInterval = ReadMcSeis3Interval(state.InputFile);
+    BinaryFile file(state.InputFile, BinaryFile::Mode::Read);
+    state.SampleInterval = ReadMcSeis3Interval(file);
     Text5.SetText(PlainDigits(state.SampleInterval));
   });
 }

@@ -6,10 +6,9 @@
 
 namespace vexmor {
 
-int16_t ReadMcSeis3Interval(const std::string& path) {
-  BinaryFile file(path, BinaryFile::Mode::Read);
+int16_t ReadMcSeis3Interval(BinaryFile& file) {
   if (file.Size() < kMcSeis3IntervalOffset + 2) {
-    throw RunTimeFailure(FailureCode::PastEndOfFile, path + ": too short for a McSeis 3 record");
+    throw RunTimeFailure(FailureCode::PastEndOfFile, file.Path() + ": too short for a McSeis 3 record");
   }
   return file.ReadI16(kMcSeis3IntervalOffset);
 }

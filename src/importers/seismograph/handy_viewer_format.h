@@ -11,11 +11,13 @@
 
 namespace vexmor {
 
+class BinaryFile;
+
 inline constexpr int64_t kMcSeis3IntervalOffset = 40;
 
-// The sample interval of the file; a file that can't be opened, or is too
-// short to hold it, is a run-time failure.
-int16_t ReadMcSeis3Interval(const std::string& path);
+// The sample interval of the file; a file too short to hold it is a
+// run-time failure.
+int16_t ReadMcSeis3Interval(BinaryFile& file);
 
 // A file with the interval at byte 40, for the sample generator and the
 // tests. The bytes around it are not of any known layout: a 64-byte header

@@ -131,13 +131,12 @@ void Sisforme::Calcul_gd_file() {
   SkipOnFailure([&] { state.SampleInterval = TextToInt16(Text5.Text()); });
   SkipOnFailure([&] { fileHeader = LeadingNumber(Text7.Text()); });
   SkipOnFailure([&] { traceHeader = LeadingNumber(Text8.Text()); });
-  const double b = Option1.Value() ? 2 : 4;
-  const double record = (b * state.NbSamples + traceHeader) * state.NbChannels;
+  const double record = GenericTracesBytes(Option1.Value(), state.NbSamples, traceHeader, state.NbChannels);
   // The size with the values as they stand, then the file header that makes
   // them fit; so a second press shows the file's own size in Text9.
   Text9.SetText(PlainDigits(record + fileHeader));
   SkipOnFailure([&] {
-    if (const auto size = FileSizeOf(state.InputFile)) Text7.SetText(PlainDigits(static_cast<double>(*size) - record));
+    if (const auto size = FileSizeOf(state.InputFile)) Text7.SetText(PlainDigits(GenericHeaderFit(static_cast<double>(*size), record)));
   });
 }
 
@@ -180,11 +179,9 @@ void Sisforme::Convert(GenericRecordLayout& layout) {
 
 void Sisforme::ConvertFile(BinaryFile& input, int f, const GenericRecordLayout& layout, SuTraceWriter& writer,
                            std::vector<uint8_t>& raw, std::vector<float>& samples) {
-  const int sampleBytes = SampleBytes(layout.type);
   for (int t = 1; t <= layout.nbChannels; ++t) {
     ProgressBar1.SetProgress(ToInt16(static_cast<double>(f - 1) * layout.nbChannels + t));
-    const double offset = layout.fileHeaderSize + t * layout.traceHeaderSize +
-                          (t - 1.0) * layout.nbSamples * sampleBytes;
+    const double offset = GenericTraceOffset(layout, t);
     // Counted from 1 while reading.
     state.TracePos = ToInt32(offset + 1);
     if (state.TracePos < 0) {

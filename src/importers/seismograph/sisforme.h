@@ -10,6 +10,7 @@
 #include <span>
 #include <string>
 
+#include "importers/seismograph/generic_layout.h"
 #include "importers/seismograph/su_trace_writer.h"
 #include "panels/form.h"
 #include "panels/session.h"
@@ -17,17 +18,6 @@
 namespace vexmor {
 
 std::span<const ControlDef> SisformeControls();
-
-// What Command1_Click reads from the panel.
-struct GenericRecordLayout {
-  int16_t nbChannels = 0;
-  int32_t nbSamples = 0;
-  int16_t sampleInterval = 0;
-  int16_t nbFiles = 0;
-  double fileHeaderSize = 0;
-  double traceHeaderSize = 0;
-  SampleType type = SampleType::Int32;
-};
 
 struct Sisforme {
   explicit Sisforme(Session& session);
