@@ -34,18 +34,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ReadTaggedValue(copy, tag, value, platform);
   }
 
-  if (!RamacLimitProblem(rad.lastTrace, rad.samples, 0).empty()) return 0;
   const size_t rest = nul ? size - textBytes - 1 : 0;
+  // The time-zero point from the first two bytes of the data: any value
+  // the panel lets through (below the samples).
+  const int32_t timeZero = rest >= 2 ? (nul[1] | nul[2] << 8) % std::max<int32_t>(rad.samples, 1) : 0;
+  if (!RamacLimitProblem(rad.lastTrace, rad.samples, timeZero).empty()) return 0;
   BinaryFile file = BinaryFile::OverMemory(std::span<const uint8_t>(nul ? nul + 1 : data, rest), "fuzz.rd3");
   try {
     const int32_t m = rad.samples;
     std::vector<uint8_t> trace(2 * static_cast<size_t>(m));
-    int64_t sum = 0;
+    std::vector<uint8_t> floats(4 * static_cast<size_t>(m - timeZero));
     for (int32_t i = 1; i <= std::min<int32_t>(rad.lastTrace, 64); ++i) {
       file.Read(int64_t{2} * m * (i - 1), trace.data(), trace.size());
-      for (int32_t k = 0; k < m; ++k) sum += GetLE16(trace.data() + 2 * k);
+      RamacTraceToSu(trace.data(), m, timeZero, floats.data());
     }
-    (void)sum;
   } catch (const RunTimeFailure&) {
   }
   return 0;

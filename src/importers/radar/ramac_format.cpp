@@ -50,6 +50,15 @@ std::string RamacLimitProblem(double traces, double samples, double timeZero) {
   return RadarLimitProblem(kLimits, traces, samples, timeZero);
 }
 
+void RamacTraceToSu(const uint8_t* trace, int32_t samples, int32_t timeZero, uint8_t* out) {
+  const int32_t n = samples - timeZero;
+  for (int32_t k = 1; k <= n; ++k) {
+    const int32_t source = k + timeZero - 1;  // from 1; 0 does not exist
+    const float value = source >= 1 ? static_cast<float>(GetLE16(trace + 2 * (source - 1))) : 0.0f;
+    PutLEFloat(out + 4 * (k - 1), value);
+  }
+}
+
 void ConvertRamacProfile(const RamacConversion& job, const std::function<void(int32_t)>& progress) {
   const int32_t m = job.samples;
   const int32_t n = job.samples - job.timeZero;
@@ -83,11 +92,7 @@ void ConvertRamacProfile(const RamacConversion& job, const std::function<void(in
         std::fill(input.begin(), input.end(), uint8_t{0});
       }
     }
-    for (int32_t k = 1; k <= n; ++k) {
-      const int32_t source = k + job.timeZero - 1;  // from 1; 0 does not exist
-      const float value = source >= 1 ? static_cast<float>(GetLE16(input.data() + 2 * (source - 1))) : 0.0f;
-      PutLEFloat(floats.data() + 4 * (k - 1), value);
-    }
+    RamacTraceToSu(input.data(), m, job.timeZero, floats.data());
     const int64_t at = recordSize * (i - 1);
     // Samples first: the file is then long enough for the header's unwritten
     // bytes to read as 0.

@@ -55,6 +55,10 @@ RamacRad ParseRamacRad(const std::string& text);
 // Why these numbers can't be converted, or an empty text when they can.
 std::string RamacLimitProblem(double traces, double samples, double timeZero);
 
+// One trace's SU samples: `trace` holds its M samples as stored, `out`
+// gets the M - Z floats, low byte first.
+void RamacTraceToSu(const uint8_t* trace, int32_t samples, int32_t timeZero, uint8_t* out);
+
 // Writes the SU records over the output from its start, without emptying
 // it. An input that cannot be opened, or that ends early, gives samples of
 // 0. Throws RunTimeFailure when the output cannot be opened or written.
