@@ -65,6 +65,10 @@ TEST(LeadingNumber, TakesTheNumberTheTextBeginsWith) {
   EXPECT_EQ(LeadingNumber("1e-999"), 0);
   EXPECT_EQ(LeadingNumber("-0.0001e-400"), 0);
   EXPECT_TRUE(std::isinf(LeadingNumber("1" + std::string(400, '0') + "e-5")));
+  // Exponents at the very ends of a long: the sum with the magnitude must
+  // not overflow (the sanitizer build stops on it).
+  EXPECT_TRUE(std::isinf(LeadingNumber("05E" + std::string(300, '0') + "9223372036854775807")));
+  EXPECT_EQ(LeadingNumber("0.05e-9223372036854775808"), 0);
 }
 
 TEST(Rounding, HalfGoesToEven) {

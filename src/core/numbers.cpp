@@ -70,6 +70,9 @@ double LeadingNumber(std::string_view text) {
       if (!e.empty() && e[0] == '+') e.remove_prefix(1);
       const auto parsed = std::from_chars(e.data(), e.data() + e.size(), exponent);
       if (parsed.ec == std::errc::result_out_of_range) exponent = e[0] == '-' ? -100000 : 100000;
+      // Far past any double either way: bounded, so that adding the
+      // magnitude cannot overflow.
+      exponent = std::clamp(exponent, -100000L, 100000L);
     }
     if (magnitude + exponent <= 0) return 0.0;
     return negative ? -std::numeric_limits<double>::infinity() : std::numeric_limits<double>::infinity();
