@@ -17,6 +17,7 @@
 #include <sstream>
 
 #include "core/shared_state.h"
+#include "core/text.h"
 #include "panels/form.h"
 #include "panels/script.h"
 #include "panels/session.h"
@@ -229,6 +230,7 @@ struct Group {
   std::vector<std::string> finals;  // the files it makes
   bool written = false;
   std::string failure;
+  std::string script;  // what drove the panel, with the final names
 };
 
 std::string Describe(const fs::path& path) {
@@ -387,6 +389,14 @@ std::string ConvertGroup(const Route& route, Group& group, ProgressLine& progres
     WaitForJobs();
   }
   progress.Clear();
+  // The script as a user would run it: the work folder, gone afterwards,
+  // named as the output's folder, and a link as the input it stands for.
+  group.script = run.Script();
+  for (const auto& entry : fs::directory_iterator(stage)) {
+    std::error_code ec;
+    if (entry.is_symlink(ec)) ReplaceAll(group.script, entry.path().string(), fs::read_symlink(entry.path(), ec).string());
+  }
+  ReplaceAll(group.script, stage, fs::path(stage).parent_path().string());
   const std::vector<std::string> messages = run.TakeMessages();
   bool done = false;
   for (const std::string& message : messages) {
@@ -706,7 +716,7 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
                                                 : fs::path(group.output).filename().string();
     group.failure = ConvertGroup(route, group, progress, label);
     group.written = group.failure.empty();
-    if (printScript) out << group.run->Script();
+    if (printScript) out << group.script;
     group.run.reset();
     if (group.written && route.afterWritten) route.afterWritten(group.job);
     if (!group.written) {

@@ -442,6 +442,29 @@ TEST(ConvertSafety, DryRunAndJsonWriteNothing) {
   EXPECT_NE(r.out.find("\"written\":true,\"error\":\"\""), std::string::npos) << r.out;
 }
 
+// The printed script names the files a user has, never the work folder of
+// the run, and does the same conversion when it is run.
+TEST(ConvertSafety, PrintedScriptNamesTheRealFilesAndRunsAgain) {
+  TempDir dir;
+  const std::vector<std::string> abem = WriteAbem(dir);
+  Result r = Convert(Concat({"abem", "--print-script", "-o", dir / "out.su"}, abem));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.find(".vexmor-convert-"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find(dir / "out.su"), std::string::npos) << r.out;
+  const std::vector<uint8_t> first = ReadBytes(dir / "out.su");
+  fs::rename(dir / "out.su", dir / "first.su");
+  RunScript(r.out);
+  EXPECT_EQ(ReadBytes(dir / "out.su"), first);
+
+  // The export reads its input through a link in the work folder: the script
+  // names the input itself.
+  WriteSu(dir / "line.su", 4, 5);
+  r = Convert({"su2ascii", dir / "line.su", "--print-script", "-o", dir / "cols.txt"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.find(".vexmor-convert-"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("answer dialog " + (dir / "line.su")), std::string::npos) << r.out;
+}
+
 TEST(ConvertSafety, ManyInputsFromAListOneOutputEach) {
   TempDir dir;
   const std::vector<std::string> abem = WriteAbem(dir, 120);
