@@ -259,6 +259,15 @@ TEST(ConvertRoutes, SuExportsWriteThePanelsText) {
   }
   EXPECT_FALSE(fs::exists(dir / "ch.04"));
 
+  // Without --last, where the panel counts no channel, every trace of the
+  // first record (fldr is 0 throughout: all four).
+  r = Convert({"su2ascii-channels", dir / "line.su", "-o", dir / "all."});
+  ASSERT_EQ(r.status, 0) << r.err;
+  for (const char* ending : {"01", "02", "03", "04"}) {
+    EXPECT_FALSE(test::ReadText(dir / (std::string("all.") + ending)).empty()) << ending;
+  }
+  EXPECT_EQ(test::ReadText(dir / "all.02"), test::ReadText(dir / "line.01"));
+
   // Not a whole number of traces: named, nothing written.
   std::vector<uint8_t> bad = ReadBytes(dir / "line.su");
   bad.resize(bad.size() - 3);
