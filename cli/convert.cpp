@@ -1,6 +1,7 @@
 #include "convert.h"
 
 #include "core/binary_file.h"
+#include "core/numbers.h"
 #include "core/su_trace.h"
 
 #include <unistd.h>
@@ -652,6 +653,12 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
       group.plan = route.probe(*group.run, group.job);
     } catch (const std::exception& e) {
       group.plan.problems.push_back(group.output + ": the panel could not be driven: " + e.what());
+    }
+    // dt holds whole microseconds: an interval under one half would be 0.
+    // (Radar intervals in ns go to dt times 1000, or are rounded by the probe.)
+    if (group.plan.intervalUnit == "us" && group.plan.interval > 0 && RoundHalfEven(group.plan.interval) < 1) {
+      group.plan.problems.push_back(group.output + ": a sample interval of " + NumberText(group.plan.interval).substr(1) +
+                                    " us is written to dt as 0; give a whole number of microseconds");
     }
     if (!check) group.plan.problems.clear();
     if (route.outputEndings) {

@@ -449,6 +449,11 @@ TEST(ConvertSafety, DryRunAndJsonWriteNothing) {
   r = Convert(Concat({"abem", "--json", "-o", dir / "out.su"}, abem));
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_NE(r.out.find("\"written\":true,\"error\":\"\""), std::string::npos) << r.out;
+
+  // An interval that dt, a whole number, would hold as 0.
+  r = Convert(Concat({"abem", "--interval", "0.25", "--force", "-o", dir / "out.su"}, abem));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("a sample interval of 0.25 us is written to dt as 0; give a whole number of microseconds"), std::string::npos) << r.err;
 }
 
 // The printed script names the files a user has, never the work folder of
