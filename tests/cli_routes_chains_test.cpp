@@ -19,10 +19,8 @@ namespace fs = std::filesystem;
 using test::ReadBytes;
 using test::TempDir;
 
-using test::Concat;
 using test::Convert;
 using test::ExpectOnly;
-using test::RouteCase;
 using test::RunScript;
 using Result = test::CliResult;
 

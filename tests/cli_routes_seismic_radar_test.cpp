@@ -24,7 +24,6 @@ using test::TempDir;
 
 using test::Concat;
 using test::Convert;
-using test::ExpectOnly;
 using test::RouteCase;
 using test::RunScript;
 using Result = test::CliResult;
