@@ -138,7 +138,7 @@ int Convert(const Arguments& a) {
   }
   for (const std::string& m : report.messages) std::cerr << "seg2su: " << m << '\n';
   std::cerr << "seg2su: " << Seg2SuSummary(report, out.Name()) << '\n';
-  return report.filesFailed == 0 && report.tracesLost == 0 ? 0 : 1;
+  return report.filesFailed == 0 && report.tracesLost == 0 && report.tracesCut == 0 ? 0 : 1;
 }
 
 }  // namespace
