@@ -22,7 +22,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       // only up to an SU trace's length.
       if (trace.ns < 1 || trace.ns > 65535) __builtin_trap();
       if (trace.presentBytes < 0 || trace.presentBytes > trace.sampleBytes) __builtin_trap();
-      if (trace.samplesOffset + trace.presentBytes > static_cast<int64_t>(size)) __builtin_trap();
+      if (trace.presentBytes > 0 && trace.samplesOffset + trace.presentBytes > static_cast<int64_t>(size)) {
+        __builtin_trap();
+      }
       samples.resize(static_cast<size_t>(trace.ns));
       reader.ReadSamples(samples.data());
     }

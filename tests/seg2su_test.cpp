@@ -340,22 +340,25 @@ TEST(Seg2Conversion, BadFilesAreNamedAndTheOthersStillConverted) {
         EXPECT_EQ(total, 5);
       });
   EXPECT_EQ(calls, 5);
-  // The record cut short keeps its two complete traces.
+  // The record cut short keeps its two complete traces and the cut one, padded.
   EXPECT_EQ(r.filesDone, 3);
   EXPECT_EQ(r.filesFailed, 2);
-  EXPECT_EQ(r.traces, 8);
-  EXPECT_EQ(r.tracesLost, 1);
-  ASSERT_EQ(su.bytes.size(), 8u * static_cast<size_t>(TraceSize(4)));
+  EXPECT_EQ(r.traces, 9);
+  EXPECT_EQ(r.tracesLost, 0);
+  EXPECT_EQ(r.tracesCut, 1);
+  ASSERT_EQ(su.bytes.size(), 9u * static_cast<size_t>(TraceSize(4)));
   for (const char* name : {"cut.dat", "text.dat", "missing.dat"}) {
     bool named = false;
     for (const std::string& m : r.messages) named = named || m.find(name) != std::string::npos;
     EXPECT_TRUE(named) << name;
   }
-  for (int t = 1; t <= 8; ++t) EXPECT_EQ(Word(su.bytes, 4, t, "tracl"), t);
+  for (int t = 1; t <= 9; ++t) EXPECT_EQ(Word(su.bytes, 4, t, "tracl"), t);
   EXPECT_EQ(Word(su.bytes, 4, 1, "fldr"), 1);
   EXPECT_EQ(Word(su.bytes, 4, 4, "fldr"), 2);
-  EXPECT_EQ(Word(su.bytes, 4, 6, "fldr"), 5);  // the file's place in the list
-  EXPECT_EQ(Sample(su.bytes, 4, 6, 0), 5.0f);
+  EXPECT_EQ(Sample(su.bytes, 4, 6, 2), 9.0f);
+  EXPECT_EQ(Sample(su.bytes, 4, 6, 3), 0.0f);  // the cut trace's missing sample
+  EXPECT_EQ(Word(su.bytes, 4, 7, "fldr"), 5);  // the file's place in the list
+  EXPECT_EQ(Sample(su.bytes, 4, 7, 0), 5.0f);
 }
 
 TEST(Seg2Conversion, ShorterRecordsArePaddedToTheLongest) {
@@ -406,8 +409,12 @@ TEST(Seg2Robustness, EveryCutOfAFileKeepsItsTracesWithAWholeDescriptorOrIsRefuse
         // 20-bit packing: groups of 4 in 10 bytes, the exponents first; the
         // first mantissa (bytes 2, 3) missing reads as zero.
         const int64_t present = f.traces[t].presentBytes;
-        if (present == 10 * 2) EXPECT_EQ(v[4], 5.0f * float(t + 1));
-        if (present <= 2) EXPECT_EQ(v[0], 0.0f) << present;
+        if (present == 10 * 2) {
+          EXPECT_EQ(v[4], 5.0f * float(t + 1));
+        }
+        if (present <= 2) {
+          EXPECT_EQ(v[0], 0.0f) << present;
+        }
       }
     } catch (const Seg2Error& e) {
       EXPECT_EQ(kept, 0u) << "cut to " << n << " bytes: " << e.what();

@@ -273,9 +273,9 @@ TEST(ToolsSegdRead, ATraceCutShortIsPaddedToTheLengthOfItsChannelSet) {
 
   // Two samples missing inside the record: the next header comes early,
   // is found there, and the traces behind it are read whole.
-  auto middle = whole;
-  const size_t secondEnd = 128 + 3 * trace;
-  middle.erase(middle.begin() + std::ptrdiff_t(secondEnd - 8), middle.begin() + std::ptrdiff_t(secondEnd));
+  const auto secondEnd = std::ptrdiff_t(128 + 3 * trace);
+  std::vector<uint8_t> middle(whole.begin(), whole.begin() + secondEnd - 8);
+  middle.insert(middle.end(), whole.begin() + secondEnd, whole.end());
   WriteBytes(dir / "middle.sgd", middle);
   run = RunIn(dir.Str(), tool + "middle.sgd > out.su");
   EXPECT_EQ(run.status, 1);

@@ -159,6 +159,9 @@ struct ChannelSet {
   int64_t endMs = 0;
   int dtUs = 0;
   int64_t ns = 0;  // given by rev 3 descriptors
+  // Worked out from the time span at the set's first trace of the record;
+  // its other traces have the same count, so one cut short is padded.
+  int64_t spanNs = 0;
 };
 
 struct Record {
