@@ -70,7 +70,7 @@ TEST(ToolsDamagedInput, NumberParametersOutsideTheirFieldAreRefusedByName) {
   };
   const std::vector<Case> cases = {
       // 4294967301 is 2^32 + 5: it once read as format 5.
-      {"segyread tape=in.sgy over=1 format=4294967301", "format=4294967301 is out of range: format takes -32768 to 32767"},
+      {"segyread tape=gone.sgy over=1 format=4294967301", "format=4294967301 is out of range: format takes -32768 to 32767"},
       {"segyread tape=in.sgy over=1 format=99999999999", "format=99999999999 is out of range"},
       {"segyread tape=in.sgy over=1 format=-99999999999999999999999", "format=-99999999999999999999999 is out of range"},
       {"segyread tape=in.sgy ns=65536", "ns=65536 is out of range: ns takes 0 to 65535"},
@@ -265,8 +265,14 @@ TEST(ToolsDamagedInput, AFailedWriteNamesTheFileAndTheCause) {
   EXPECT_EQ(run.status, 1);
   EXPECT_TRUE(Says(run, "segyhdrs: /dev/full: cannot write: No space left on device")) << run.err;
 
-  // A read that fails names what was read: a folder as standard input.
+  // The batch runner's copy on a full disk says so.
+  WriteText(dir / "join.bat", "copy /b in.su+in.su /dev/full\r\n");
+  run = RunIn(dir.Str(), "'" + Bin("vexmor-bat") + "' join.bat > bat.out");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_TRUE(Says(run, "copy: /dev/full: cannot write: No space left on device")) << run.err;
   std::filesystem::create_directory(dir / "folder");
+
+  // A read that fails names what was read: a folder as standard input.
   run = RunIn(dir.Str(), Tool("segyclean") + "< folder > out.su");
   EXPECT_EQ(run.status, 1);
   EXPECT_TRUE(Says(run, "standard input: cannot read: Is a directory")) << run.err;

@@ -64,6 +64,13 @@ int Main(int argc, char** argv) {
   const int64_t trmin = params.Int("trmin", 1, kTraceNumber);
   const int64_t trmax = params.Int("trmax", INT64_MAX, kTraceNumber);
   if (trmin < 1 || trmax < trmin) throw ToolError("trmin and trmax must give 1 <= trmin <= trmax");
+  // Every parameter is checked before the file is looked at.
+  SegyOptions options;
+  options.endian = params.IntIfGiven("endian", kSwitch);
+  options.over = static_cast<int>(params.Int("over", 0, kSwitch));
+  options.format = params.IntIfGiven("format", kWord16);
+  // ns=0 leaves the count to the headers: the SEGY panel's probe passes it.
+  options.ns = params.IntIfGiven("ns", kSamples);
   RequireOutputNotTerminal();
 
   struct stat st {};
@@ -71,12 +78,6 @@ int Main(int argc, char** argv) {
   if (!S_ISREG(st.st_mode)) throw ToolError(tape + ": not a plain file");
   BinaryFile file(tape, BinaryFile::Mode::Read);
   file.AdviseSequential();
-  SegyOptions options;
-  options.endian = params.IntIfGiven("endian", kSwitch);
-  options.over = static_cast<int>(params.Int("over", 0, kSwitch));
-  options.format = params.IntIfGiven("format", kWord16);
-  // ns=0 leaves the count to the headers: the SEGY panel's probe passes it.
-  options.ns = params.IntIfGiven("ns", kSamples);
   const SegyLayout layout = ReadSegyLayout(file, options, Note);
   const int64_t size = layout.fileSize;
   std::vector<uint8_t> head(kSegyHeaderBytes, 0);
