@@ -259,6 +259,15 @@ TEST(ConvertRoutes, SuExportsWriteThePanelsText) {
   }
   EXPECT_FALSE(fs::exists(dir / "ch.04"));
 
+  // Without --last, where the panel counts no channel, every trace of the
+  // first record (fldr is 0 throughout: all four).
+  r = Convert({"su2ascii-channels", dir / "line.su", "-o", dir / "all."});
+  ASSERT_EQ(r.status, 0) << r.err;
+  for (const char* ending : {"01", "02", "03", "04"}) {
+    EXPECT_FALSE(test::ReadText(dir / (std::string("all.") + ending)).empty()) << ending;
+  }
+  EXPECT_EQ(test::ReadText(dir / "all.02"), test::ReadText(dir / "line.01"));
+
   // Not a whole number of traces: named, nothing written.
   std::vector<uint8_t> bad = ReadBytes(dir / "line.su");
   bad.resize(bad.size() - 3);
@@ -440,6 +449,34 @@ TEST(ConvertSafety, DryRunAndJsonWriteNothing) {
   r = Convert(Concat({"abem", "--json", "-o", dir / "out.su"}, abem));
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_NE(r.out.find("\"written\":true,\"error\":\"\""), std::string::npos) << r.out;
+
+  // An interval that dt, a whole number, would hold as 0.
+  r = Convert(Concat({"abem", "--interval", "0.25", "--force", "-o", dir / "out.su"}, abem));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("a sample interval of 0.25 us is written to dt as 0; give a whole number of microseconds"), std::string::npos) << r.err;
+}
+
+// The printed script names the files a user has, never the work folder of
+// the run, and does the same conversion when it is run.
+TEST(ConvertSafety, PrintedScriptNamesTheRealFilesAndRunsAgain) {
+  TempDir dir;
+  const std::vector<std::string> abem = WriteAbem(dir);
+  Result r = Convert(Concat({"abem", "--print-script", "-o", dir / "out.su"}, abem));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.find(".vexmor-convert-"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find(dir / "out.su"), std::string::npos) << r.out;
+  const std::vector<uint8_t> first = ReadBytes(dir / "out.su");
+  fs::rename(dir / "out.su", dir / "first.su");
+  RunScript(r.out);
+  EXPECT_EQ(ReadBytes(dir / "out.su"), first);
+
+  // The export reads its input through a link in the work folder: the script
+  // names the input itself.
+  WriteSu(dir / "line.su", 4, 5);
+  r = Convert({"su2ascii", dir / "line.su", "--print-script", "-o", dir / "cols.txt"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.find(".vexmor-convert-"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("answer dialog " + (dir / "line.su")), std::string::npos) << r.out;
 }
 
 TEST(ConvertSafety, ManyInputsFromAListOneOutputEach) {
