@@ -481,9 +481,10 @@ namespace {
 void DecodeFrom(BinaryFile& file, const SegdCodec& codec, int64_t offset, int64_t ns, int64_t present,
                 std::vector<uint8_t>& raw, float* out) {
   const auto bytes = static_cast<size_t>(SampleBytes(codec, ns));
-  raw.assign(bytes + 1, 0);
+  raw.resize(bytes + 1);
   const auto take = static_cast<size_t>(std::clamp<int64_t>(present, 0, int64_t(bytes)));
   if (take > 0) file.Read(offset, raw.data(), take);
+  std::fill(raw.begin() + std::ptrdiff_t(take), raw.end(), 0);
   Decode(codec, raw.data(), ns, out);
 }
 }  // namespace
