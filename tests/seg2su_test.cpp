@@ -429,7 +429,8 @@ TEST(Seg2Robustness, RepeatedOrOverlappingTracePointersAreRefused) {
   const auto pointerOf = [](size_t t) { return 32 + 4 * t; };
   // Every pointer names trace 1: copies of one trace.
   std::vector<uint8_t> same = good;
-  for (size_t t = 1; t < 3; ++t) PutLE32(same.data() + pointerOf(t), static_cast<int32_t>(whole.traces[0].descriptorOffset));
+  const auto first = static_cast<int32_t>(whole.traces[0].descriptorOffset);
+  for (size_t t = 1; t < 3; ++t) PutLE32(same.data() + pointerOf(t), first);
   try {
     ReadBuffer(same, "same.dat");
     ADD_FAILURE() << "repeated pointers read";

@@ -70,9 +70,11 @@ TEST(ToolsDamagedInput, NumberParametersOutsideTheirFieldAreRefusedByName) {
   };
   const std::vector<Case> cases = {
       // 4294967301 is 2^32 + 5: it once read as format 5.
-      {"segyread tape=gone.sgy over=1 format=4294967301", "format=4294967301 is out of range: format takes -32768 to 32767"},
+      {"segyread tape=gone.sgy over=1 format=4294967301",
+       "format=4294967301 is out of range: format takes -32768 to 32767"},
       {"segyread tape=in.sgy over=1 format=99999999999", "format=99999999999 is out of range"},
-      {"segyread tape=in.sgy over=1 format=-99999999999999999999999", "format=-99999999999999999999999 is out of range"},
+      {"segyread tape=in.sgy over=1 format=-99999999999999999999999",
+       "format=-99999999999999999999999 is out of range"},
       {"segyread tape=in.sgy ns=65536", "ns=65536 is out of range: ns takes 0 to 65535"},
       {"segyread tape=in.sgy ns=-1", "ns=-1 is out of range"},
       {"segyread tape=in.sgy trmin=0", "trmin=0 is out of range: trmin takes 1 to"},
@@ -98,7 +100,8 @@ TEST(ToolsDamagedInput, NumberParametersOutsideTheirFieldAreRefusedByName) {
   }
   // Inside the range all is well, and ns=0 still leaves the count to the
   // headers (the SEGY panel's probe passes "ns= 0").
-  const ToolRun probe = RunIn(dir.Str(), Tool("segyread") + "tape=in.sgy endian=0 conv=1 over=0 trmax=1 ns= 0 > out.su");
+  const ToolRun probe =
+      RunIn(dir.Str(), Tool("segyread") + "tape=in.sgy endian=0 conv=1 over=0 trmax=1 ns= 0 > out.su");
   EXPECT_EQ(probe.status, 0) << probe.err;
   const auto su = ReadSu(dir / "out.su");
   ASSERT_EQ(su.size(), 1u);

@@ -312,7 +312,8 @@ Seg2File ReadSeg2(BinaryFile& source) {
   std::string firstLost;
   for (size_t k = 0; k < pointers.size(); ++k) {
     try {
-      file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], kFixedPart + 4 * count, k, term, file.notes));
+      const int64_t tableEnd = kFixedPart + 4 * count;
+      file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], tableEnd, k, term, file.notes));
     } catch (const Seg2CutShort& e) {
       // A record cut short in the field: its complete traces are still data.
       if (file.lostTraces++ == 0) firstLost = e.what();
@@ -324,11 +325,16 @@ Seg2File ReadSeg2(BinaryFile& source) {
     if (t.presentBytes < Seg2SampleBytes(t.format, t.samples)) ++file.cutTraces;
   }
   if (file.lostTraces > 0) {
+    // Blocks don't overlap, so the end of the file cuts through one at most.
     const size_t whole = file.traces.size() - size_t(file.cutTraces);
+    std::string kept = "the " + std::to_string(whole) + " complete ones kept";
+    if (file.cutTraces > 0) {
+      const std::string cut = "the one the end cuts through";
+      kept = whole == 0 ? cut + " kept, padded" : kept + " and " + cut + " padded";
+    }
     file.notes.push_back("file cut short at " + std::to_string(source.Size()) + " bytes: " +
-                         std::to_string(file.lostTraces) + " of its " + std::to_string(count) + " traces lost, the " +
-                         std::to_string(whole) + " complete ones kept" +
-                         (file.cutTraces > 0 ? " and " + std::to_string(file.cutTraces) + " cut one padded" : ""));
+                         std::to_string(file.lostTraces) + " of its " + std::to_string(count) + " traces lost, " +
+                         kept);
   }
   return file;
 }

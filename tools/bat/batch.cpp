@@ -322,7 +322,8 @@ int Copy(const std::vector<std::string>& words) {
         const ssize_t w = write(out, buffer.data() + done, size_t(got - done));
         if (w < 0 && errno == EINTR) continue;
         if (w <= 0) {
-          failure = "copy: " + destination + ": cannot write: " + (errno != 0 ? std::strerror(errno) : "nothing more was taken");
+          const char* why = errno != 0 ? std::strerror(errno) : "nothing more was taken";
+          failure = "copy: " + destination + ": cannot write: " + why;
         }
         done += std::max<ssize_t>(w, 0);
       }

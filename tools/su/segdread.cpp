@@ -67,8 +67,8 @@ int Main(int argc, char** argv) {
     output.Write(su.data(), su.size());
     ++written;
     if (trace.CutShort()) {
-      NoteCutTrace(tape + ": record " + std::to_string(trace.record), trace.traceNumber > 0 ? trace.traceNumber : written,
-                   trace.presentBytes, trace.sampleBytes);
+      const int64_t number = trace.traceNumber > 0 ? trace.traceNumber : written;
+      NoteCutTrace(tape + ": record " + std::to_string(trace.record), number, trace.presentBytes, trace.sampleBytes);
       ++cut;
       status = kDamagedInput;
     }
