@@ -377,6 +377,23 @@ TEST(Seg2Conversion, ShorterRecordsArePaddedToTheLongest) {
   EXPECT_NE(r.messages[0].find("padded"), std::string::npos);
 }
 
+// Padding may at most double the samples: a file of empty traces beside a
+// long one is refused whole rather than blown up into zeros.
+TEST(Seg2Conversion, PaddingThatWouldOutweighTheSamplesIsRefused) {
+  TempDir dir;
+  std::vector<Seg2WriteTrace> traces = ThreeTraces({});
+  for (int k = 0; k < 50; ++k) traces.push_back(traces.front());
+  test::WriteBytes(dir / "empty.dat", MakeSeg2({}, traces, 2, false));
+  test::WriteBytes(dir / "long.dat", MakeSeg2({}, ThreeTraces(std::vector<double>(40, 1.0)), 2, false));
+  Collected su;
+  const Seg2SuReport r = ConvertSeg2ToSu({dir / "empty.dat", dir / "long.dat"}, su.Writer());
+  EXPECT_TRUE(su.bytes.empty());
+  EXPECT_EQ(r.traces, 0);
+  ASSERT_FALSE(r.messages.empty());
+  EXPECT_NE(r.messages.back().find("would write 2120 zero samples for 120 real ones"), std::string::npos)
+      << r.messages.back();
+}
+
 // Traces of no samples: a record of bare headers, with no sample buffer to
 // copy from or to (float samples are copied as they stand).
 TEST(Seg2Robustness, TracesOfNoSamples) {

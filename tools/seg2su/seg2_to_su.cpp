@@ -433,6 +433,26 @@ Seg2SuReport ConvertSeg2ToSu(const std::vector<std::string>& inputs, const SuRec
     if (!list[k].ok) continue;
     for (const Seg2Trace& t : list[k].file.traces) report.samples = std::max(report.samples, t.samples);
   }
+  // Padding to the longest trace may at most double what the files hold: a
+  // list of empty traces and one long one would otherwise make gigabytes of
+  // zeros from a few kilobytes.
+  int64_t present = 0, padding = 0, traces = 0;
+  for (const Input& in : list) {
+    if (!in.ok) continue;
+    for (const Seg2Trace& t : in.file.traces) {
+      present += t.samples;
+      padding += report.samples - t.samples;
+      ++traces;
+    }
+  }
+  if (padding > present) {
+    report.messages.push_back("the traces run from few samples to " + std::to_string(report.samples) +
+                              ": padding all " + std::to_string(traces) + " of them to that length would write " +
+                              std::to_string(padding) + " zero samples for " + std::to_string(present) +
+                              " real ones; nothing converted (convert the files of short traces apart)");
+    report.filesFailed = static_cast<int>(list.size());
+    return report;
+  }
   int32_t outputTrace = 1;
   const int total = static_cast<int>(list.size());
   for (int k = 0; k < total; ++k) {
