@@ -96,8 +96,8 @@ int main(int argc, char** argv) {
   // With nothing to do it is the window or nothing: without a screen nobody
   // could close it, and whoever started it would wait for ever.
   if (argc == 1) {
-    if (!PrepareScreen("rtoaw", ScreenUse::Window, "convert from a terminal: rtoaw FILE.DZT (rtoaw --help shows the usage)")) return 1;
-    return RunRtoawWindow(argc, argv, "", "");
+    if (PrepareScreen("rtoaw", ScreenUse::Window)) return RunRtoawWindow(argc, argv, "", "");
+    return Usage("");
   }
 #endif
   if (files.empty() || files.size() > 2) {

@@ -161,8 +161,9 @@ int main(int argc, char** argv) {
   // Started with nothing to do, it is the window or nothing: without a
   // screen nobody could close it, and whoever started it would wait for ever.
   if (argc == 1) {
-    if (!PrepareScreen("seg2su", ScreenUse::Window, "convert from a terminal: seg2su -o OUT.su FILE... (seg2su --help shows the usage)")) return 1;
-    return RunSeg2SuWindow(argc, argv, "", {});
+    if (PrepareScreen("seg2su", ScreenUse::Window)) return RunSeg2SuWindow(argc, argv, "", {});
+    std::cerr << kUsage;
+    return 2;
   }
 #endif
   if (a.inputs.empty()) {
