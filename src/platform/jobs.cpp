@@ -1,12 +1,11 @@
 #include "platform/jobs.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <strings.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <signal.h>
 
 #include <algorithm>
 #include <cerrno>
