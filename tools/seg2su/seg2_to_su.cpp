@@ -374,7 +374,11 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
     const SuHeader h = Seg2TraceHeader(file, trace, place, ns, notes);
     std::memcpy(record.data(), h.Data(), kSuHeaderBytes);
     std::fill(decoded.begin() + trace.samples, decoded.end(), 0.0f);
-    DecodeSeg2Samples(bytes.data() + trace.dataOffset, trace.format, file.bigEndian, trace.samples, decoded.data());
+    if (trace.presentBytes < Seg2SampleBytes(trace.format, trace.samples)) {
+      ReadSeg2Trace(inMemory, file, trace, decoded.data());  // the missing samples as zeros
+    } else {
+      DecodeSeg2Samples(bytes.data() + trace.dataOffset, trace.format, file.bigEndian, trace.samples, decoded.data());
+    }
     double factor = 1;
     if (options.descale && FirstNumber(trace.Find("DESCALING_FACTOR"), factor)) {
       for (float& v : decoded) v = static_cast<float>(v * factor);
@@ -395,6 +399,7 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
   outputTrace += static_cast<int32_t>(file.traces.size());
   report.traces += static_cast<int64_t>(file.traces.size());
   report.tracesLost += file.lostTraces;
+  report.tracesCut += file.cutTraces;
   Note(report, in.path, notes);
 }
 
@@ -411,6 +416,7 @@ std::string Seg2SuSummary(const Seg2SuReport& r, const std::string& output) {
                      plural(r.filesDone, "file") + " written to " + output;
   if (r.filesFailed > 0) text += "; " + plural(r.filesFailed, "file") + " could not be converted";
   if (r.tracesLost > 0) text += "; " + plural(r.tracesLost, "trace") + " lost in files cut short";
+  if (r.tracesCut > 0) text += "; " + plural(r.tracesCut, "trace") + " cut short, padded with zeros";
   return text;
 }
 
