@@ -83,6 +83,14 @@ struct Stage {
   bool append = false;
 };
 
+// The scripts are written the DOS way: "..\\o.su" is o.su in the folder
+// above, as tool paths are read. A name that exists as it is spelled stays.
+std::string DosPath(std::string name) {
+  if (name.find('\\') == std::string::npos || FileExists(ResolveExisting(name)) != 0) return name;
+  std::replace(name.begin(), name.end(), '\\', kSep);
+  return name;
+}
+
 bool IsFolder(const std::string& path) {
   std::error_code ec;
   return !path.empty() && fs::is_directory(path, ec);
@@ -121,7 +129,7 @@ Stage ParseStage(const std::string& text) {
       if (!quoted && (c == ' ' || c == '<' || c == '>' || c == '|')) break;
       name += c;
     }
-    return name;
+    return DosPath(name);
   };
   // Takes up to four more plain words when together they make a better name.
   auto extend = [&](std::string name, bool output) {
@@ -133,7 +141,7 @@ Stage ParseStage(const std::string& text) {
       size_t e = b;
       while (e < text.size() && text[e] != ' ' && text[e] != '<' && text[e] != '>' && text[e] != '|' && text[e] != '"') ++e;
       if (e == b) break;
-      longer += " " + text.substr(b, e - b);
+      longer = DosPath(longer + " " + text.substr(b, e - b));
       at = e;
       if (output ? BetterOutput(name, longer) : BetterInput(name, longer)) {
         i = at;
@@ -619,7 +627,7 @@ int RunLine(const std::string& rawLine, Options& options, bool& exitRequested) {
     std::string rest = line.substr(name.size());
     Stage stage = ParseStage(rest);
     std::vector<std::string> words = {name};
-    words.insert(words.end(), stage.words.begin(), stage.words.end());
+    for (const std::string& w : stage.words) words.push_back(DosPath(w));
     if (name == "copy") return Copy(words);
     if (name == "del" || name == "erase") return Delete(words);
     if (name == "pause") return Pause();
@@ -638,7 +646,13 @@ int RunLine(const std::string& rawLine, Options& options, bool& exitRequested) {
   }
 
   std::vector<Stage> stages;
-  for (const auto& part : SplitPipes(line)) stages.push_back(ParseStage(part));
+  for (const auto& part : SplitPipes(line)) {
+    stages.push_back(ParseStage(part));
+    // The program is found as tool paths are (FindProgram); its arguments
+    // are file names, or key=value words that hold one.
+    std::vector<std::string>& words = stages.back().words;
+    for (size_t w = 1; w < words.size(); ++w) words[w] = DosPath(words[w]);
+  }
   for (const auto& stage : stages) {
     if (stage.words.empty()) {
       Say("The syntax of the command is incorrect.");

@@ -10,10 +10,10 @@
 
 #include "core/failure.h"
 #include "dzt_text.h"
-#include "tool_desktop.h"
 #include "word_text.h"
 
 #ifdef VEXMOR_TOOL_WINDOW
+#include "qt_screen.h"
 #include "rtoaw_window.h"
 #endif
 
@@ -92,9 +92,15 @@ int main(int argc, char** argv) {
   }
 #ifdef VEXMOR_TOOL_WINDOW
   if (!screenshot.empty()) {
+    PrepareScreen("rtoaw", ScreenUse::Picture);
     return RunRtoawWindow(argc, argv, screenshot, files.empty() ? "" : files[0], files.size() > 1 ? files[1] : "", words);
   }
-  if (argc == 1 && DesktopPresent()) return RunRtoawWindow(argc, argv, "", "");
+  // With nothing to do it is the window or nothing: without a screen nobody
+  // could close it, and whoever started it would wait for ever.
+  if (argc == 1) {
+    if (PrepareScreen("rtoaw", ScreenUse::Window)) return RunRtoawWindow(argc, argv, "", "");
+    return Usage("");
+  }
 #endif
   if (files.empty() || files.size() > 2) {
     return Usage(files.empty() ? "" : "one DZT file at a time: '" + files[2] + "' is one too many");

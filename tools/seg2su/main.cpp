@@ -14,10 +14,10 @@
 #include "core/failure.h"
 #include "formats/seg2.h"
 #include "seg2_to_su.h"
-#include "tool_desktop.h"
 #include "tool_output.h"
 
 #ifdef VEXMOR_TOOL_WINDOW
+#include "qt_screen.h"
 #include "seg2su_window.h"
 #endif
 
@@ -158,8 +158,17 @@ int main(int argc, char** argv) {
     return 0;
   }
 #ifdef VEXMOR_TOOL_WINDOW
-  if (!a.screenshot.empty()) return RunSeg2SuWindow(argc, argv, a.screenshot, a.inputs, a.output);
-  if (argc == 1 && DesktopPresent()) return RunSeg2SuWindow(argc, argv, "", {});
+  if (!a.screenshot.empty()) {
+    PrepareScreen("seg2su", ScreenUse::Picture);
+    return RunSeg2SuWindow(argc, argv, a.screenshot, a.inputs, a.output);
+  }
+  // Started with nothing to do, it is the window or nothing: without a
+  // screen nobody could close it, and whoever started it would wait for ever.
+  if (argc == 1) {
+    if (PrepareScreen("seg2su", ScreenUse::Window)) return RunSeg2SuWindow(argc, argv, "", {});
+    std::cerr << kUsage;
+    return 2;
+  }
 #endif
   if (a.inputs.empty()) {
     std::cerr << kUsage;
