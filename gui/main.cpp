@@ -2,7 +2,6 @@
 // --script runs a panel script on the real windows, --screenshot saves the
 // window of a panel.
 #include <QApplication>
-#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -11,6 +10,7 @@
 
 #include "desktop.h"
 #include "panels/script.h"
+#include "qt_screen.h"
 
 namespace {
 
@@ -24,26 +24,7 @@ constexpr const char* kUsage =
     "       vexmor --screenshot PANEL FILE [SCRIPT] --size WIDTHxHEIGHT\n"
     "                                       the same with the window at that size\n"
     "       vexmor -h | --help              this text\n"
-    "Without a screen, --script and --screenshot use Qt's offscreen platform.\n";
-
-bool HasScreen() {
-  const char* display = std::getenv("DISPLAY");
-  const char* wayland = std::getenv("WAYLAND_DISPLAY");
-  const char* qpa = std::getenv("QT_QPA_PLATFORM");
-  return (display != nullptr && *display != '\0') || (wayland != nullptr && *wayland != '\0') ||
-         (qpa != nullptr && *qpa != '\0');
-}
-
-// Qt's notes that the offscreen platform cannot raise a window, and the
-// like, say nothing to a user of a script; everything else passes.
-QtMessageHandler qtHandler = nullptr;
-void QuietOffscreenNotes(QtMsgType type, const QMessageLogContext& context, const QString& text) {
-  if (type == QtWarningMsg && (text.startsWith(QStringLiteral("This plugin does not support")) ||
-                               text.startsWith(QStringLiteral("QStandardPaths: XDG_RUNTIME_DIR not set")))) {
-    return;
-  }
-  if (qtHandler != nullptr) qtHandler(type, context, text);
-}
+    "--screenshot draws off screen; --script does too when no display is named.\n";
 
 std::optional<std::string> ReadScript(const std::string& file) {
   std::string text;
@@ -93,19 +74,17 @@ int main(int argc, char** argv) {
     }
     return 2;
   }
-  if (!HasScreen()) {
-    if (argc == 1) {
-      std::cerr << "vexmor: no screen found (DISPLAY is not set). Start it on a desktop, or run a panel\n"
-                   "script without one: vexmor --script FILE, or vexmor-cli run FILE.\n";
-      return 1;
-    }
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-  }
   std::optional<std::string> text;
   if (script && !(text = ReadScript(argv[2]))) return 2;
   if (screenshot && argc == 5 && !(text = ReadScript(argv[4]))) return 2;
-
-  if (script || screenshot) qtHandler = qInstallMessageHandler(QuietOffscreenNotes);
+  // A picture is always drawn off screen, so that the programs its script
+  // starts know that nobody will see their windows either.
+  const vexmor::ScreenUse use = screenshot ? vexmor::ScreenUse::Picture
+                                : script   ? vexmor::ScreenUse::WindowIfAny
+                                           : vexmor::ScreenUse::Window;
+  if (!vexmor::PrepareScreen("vexmor", use, "start it on a desktop, or run a panel script: vexmor --script FILE")) {
+    return 1;
+  }
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Vexmor"));
   // Only MainPanel's closing ends the program, not that of the last window.

@@ -290,7 +290,7 @@ std::string QtPlatform::ChooseFile(const FileRequest& request) {
 int QtPlatform::Shell(const std::string& commandLine, int style) {
   // A job script shown (style 1 or 2) gets a terminal window of its own.
   const ShellCommand command = ParseShellCommand(commandLine, ProgramFolder());
-  const int task = StartJob(JobCommand(command, style));
+  const int task = StartJob(JobCommand(command, style), !command.isScript);
   Write(transcript::Shell(commandLine, style, task));
   return task;
 }
@@ -304,7 +304,7 @@ int QtPlatform::ShellOpen(const std::string&, const std::string&, const std::str
     std::error_code ec;
     const fs::path before = fs::current_path(ec);
     if (!folder.empty()) fs::current_path(folder, ec);
-    result = StartJob({found}) != 0 ? 33 : 2;
+    result = StartJob({found}, true) != 0 ? 33 : 2;
     if (!before.empty()) fs::current_path(before, ec);
   }
   Write(transcript::ShellOpen(program, folder, result));

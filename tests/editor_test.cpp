@@ -199,7 +199,9 @@ TEST(ReplaceAllRule, AgreesWithThePlainRebuildAndStaysLinear) {
   for (int k = 0; k < 400000; ++k) big += "cd /x\r\n" "ab\r\n";
   const auto start = std::chrono::steady_clock::now();
   ReplaceAll(big, "\r\n", "\n");
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+  // A quadratic replace takes hours here; one pass, well under a second
+  // (the bound leaves room for a sanitizer build on a busy machine).
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
   EXPECT_EQ(big.size(), 400000u * 9);
 }
 

@@ -179,6 +179,53 @@ TEST(ToolsBatchRunner, BlanksInFolderNamesWithoutQuotes) {
   EXPECT_EQ(ReadBytes(data + "/back.su"), ReadBytes(data + "/in.su"));
 }
 
+TEST(ToolsBatchRunner, BackslashPathsInArgumentsAndRedirections) {
+  // The job scripts as the panels write them, with the paths a user typed
+  // the DOS way: run from work/, every file lives in ..\data.
+  TempDir top;
+  const std::string work = top / "work";
+  const std::string data = top / "data";
+  std::filesystem::create_directories(work);
+  std::filesystem::create_directories(data);
+  std::vector<SuTrace> traces(3);
+  for (int t = 0; t < 3; ++t) {
+    traces[size_t(t)].header.assign(240, 0);
+    PutLE32(traces[size_t(t)].header.data(), t + 1);
+    PutLE16(traces[size_t(t)].header.data() + 116, 1000);
+    for (int i = 0; i < 20; ++i) traces[size_t(t)].samples.push_back(float(i - 10 + t));
+  }
+  const std::vector<uint8_t> su = SuFile(traces);
+  WriteBytes(data + "/in.su", su);
+  // A name that really holds a backslash is taken as it is spelled.
+  WriteText(work + "/odd\\name.txt", "odd");
+  const std::string script =
+      "C:\\tarvix\\bin\\SEGYHDRS <..\\data\\in.su ns= 20 dt= 1000 bfile=binary hfile=header\r\n"
+      "copy /b header + binary + ..\\data\\in.su ..\\data\\joined.sgy\r\n"
+      "C:\\tarvix\\bin\\SEGYWRITE <..\\data\\in.su tape=..\\data\\out.sgy conv=1 trmin= 1 trmax= 3 endian=0\r\n"
+      "C:\\tarvix\\bin\\SEGYREAD tape=..\\data\\out.sgy endian=0 | C:\\tarvix\\bin\\SEGYCLEAN >..\\data\\back.su\r\n"
+      "C:\\tarvix\\bin\\SEGYCLEAN < ..\\data\\in.su >> ..\\data\\twice.su\r\n"
+      "C:\\tarvix\\bin\\SEGYCLEAN <..\\data\\in.su >>..\\data\\twice.su 2>..\\data\\err.txt\r\n"
+      "copy ..\\data\\in.su ..\\data\\gone.su\r\n"
+      "del ..\\data\\gone.su\r\n"
+      "echo Fin> ..\\data\\Fin.tmp\r\n"
+      "copy odd\\name.txt kept.txt\r\n";
+  const ToolRun run = RunBat(work, script);
+  ASSERT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(ReadBytes(data + "/joined.sgy").size(), 3600 + su.size());
+  // Small whole numbers pass IBM float unchanged: the SU file comes back.
+  EXPECT_EQ(ReadBytes(data + "/back.su"), su);
+  EXPECT_EQ(ReadBytes(data + "/twice.su").size(), 2 * su.size());
+  EXPECT_TRUE(std::filesystem::exists(data + "/err.txt"));
+  EXPECT_FALSE(std::filesystem::exists(data + "/gone.su"));
+  EXPECT_EQ(ReadText(data + "/Fin.tmp"), "Fin\r\n");
+  EXPECT_EQ(ReadText(work + "/kept.txt"), "odd");
+  // Nothing was made under a name with a backslash in it.
+  for (const auto& entry : std::filesystem::directory_iterator(work)) {
+    const std::string name = entry.path().filename().string();
+    EXPECT_TRUE(name.find('\\') == std::string::npos || name == "odd\\name.txt") << name;
+  }
+}
+
 // Sets an environment variable for the length of a test.
 class EnvVar {
  public:

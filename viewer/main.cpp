@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "field_file.h"
+#include "qt_screen.h"
 #include "section_render.h"
 #include "view_window.h"
 
@@ -59,18 +60,6 @@ int Info(const std::string& path) {
   return 1;
 }
 
-// Without a screen the pictures are drawn off screen, never waiting for one.
-void QuietQt(QtMsgType type, const QMessageLogContext&, const QString& text) {
-  // Qt's own chatter (no runtime folder, fonts) is no concern of a picture
-  // drawn off screen; its failures still show.
-  if (type == QtCriticalMsg || type == QtFatalMsg) std::cerr << text.toStdString() << '\n';
-}
-
-void DrawOffScreen() {
-  qInstallMessageHandler(QuietQt);
-  if (std::getenv("QT_QPA_PLATFORM") == nullptr) setenv("QT_QPA_PLATFORM", "offscreen", 1);
-}
-
 int Screenshot(int argc, char** argv, const std::vector<std::string>& args) {
   std::string out, path, mode;
   int width = 1200, height = 800;
@@ -104,7 +93,7 @@ int Screenshot(int argc, char** argv, const std::vector<std::string>& args) {
     Fail(e.what());
     return 1;
   }
-  DrawOffScreen();
+  vexmor::PrepareScreen("vexmor-view", vexmor::ScreenUse::Picture);
   QGuiApplication app(argc, argv);
   ViewSettings settings;
   const FieldInfo& info = file->Info();
@@ -152,9 +141,7 @@ int main(int argc, char** argv) {
     std::cerr << kUsage;
     return 1;
   }
-  if (std::getenv("QT_QPA_PLATFORM") == nullptr && std::getenv("DISPLAY") == nullptr &&
-      std::getenv("WAYLAND_DISPLAY") == nullptr) {
-    Fail("no screen to show a window on; --screenshot and --info work without one");
+  if (!vexmor::PrepareScreen("vexmor-view", vexmor::ScreenUse::Window, "--screenshot and --info work without one")) {
     return 1;
   }
   QApplication app(argc, argv);

@@ -48,7 +48,7 @@ int HeadlessPlatform::Shell(const std::string& commandLine, int style) {
     task = 1;
   } else {
     const ShellCommand command = ParseShellCommand(commandLine, ProgramFolder());
-    task = StartJob(command.argv);
+    task = StartJob(command.argv, !command.isScript);
   }
   Write(transcript::Shell(commandLine, style, task));
   return task;
@@ -65,7 +65,7 @@ int HeadlessPlatform::ShellOpen(const std::string&, const std::string&, const st
     std::error_code ec;
     const fs::path before = fs::current_path(ec);
     if (!folder.empty()) fs::current_path(folder, ec);
-    result = StartJob({found}) != 0 ? 33 : 2;
+    result = StartJob({found}, true) != 0 ? 33 : 2;
     if (!before.empty()) fs::current_path(before, ec);
   }
   Write(transcript::ShellOpen(program, folder, result));

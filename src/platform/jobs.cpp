@@ -1,6 +1,7 @@
 #include "platform/jobs.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <strings.h>
 #include <sys/wait.h>
@@ -8,6 +9,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <iostream>
+#include <map>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
@@ -15,6 +19,7 @@
 #include <set>
 
 #include "core/paths.h"
+#include "platform/screen.h"
 
 extern char** environ;
 
@@ -30,6 +35,7 @@ struct JobTable {
   std::mutex lock;
   std::condition_variable ended;
   std::set<pid_t> running;
+  std::map<pid_t, std::string> windows;  // programs with a window of their own, by name
 };
 
 JobTable& Jobs() {
@@ -45,6 +51,7 @@ void WaitInBackground(pid_t pid) {
     JobTable& jobs = Jobs();
     const std::lock_guard<std::mutex> hold(jobs.lock);
     jobs.running.erase(pid);
+    jobs.windows.erase(pid);
     jobs.ended.notify_all();
   }).detach();
 }
@@ -128,10 +135,7 @@ std::string FindTerminal() {
   const char* wayland = std::getenv("WAYLAND_DISPLAY");
   if ((display == nullptr || *display == 0) && (wayland == nullptr || *wayland == 0)) return "";
   // A program drawn off screen has nobody to read or close a window.
-  if (const char* qpa = std::getenv("QT_QPA_PLATFORM")) {
-    const std::string_view platform = qpa;
-    if (platform == "offscreen" || platform == "minimal") return "";
-  }
+  if (ScreenOfEnvironment() != Screen::Display) return "";
   std::vector<std::string> names;
   if (const char* chosen = std::getenv("VEXMOR_TERMINAL"); chosen != nullptr && *chosen != 0) {
     if (std::string_view(chosen) == "none") return "";
@@ -166,7 +170,7 @@ std::vector<std::string> JobCommand(const ShellCommand& command, int style) {
   return argv;
 }
 
-int StartJob(const std::vector<std::string>& argv) {
+int StartJob(const std::vector<std::string>& argv, bool window) {
   if (argv.empty() || access(argv[0].c_str(), X_OK) != 0) return 0;
   std::vector<char*> args;
   for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
@@ -184,6 +188,7 @@ int StartJob(const std::vector<std::string>& argv) {
     JobTable& jobs = Jobs();
     const std::lock_guard<std::mutex> hold(jobs.lock);
     jobs.running.insert(pid);
+    if (window) jobs.windows[pid] = argv[0].substr(argv[0].rfind('/') + 1);
   }
   WaitInBackground(pid);
   return static_cast<int>(pid);
@@ -196,6 +201,21 @@ void ReapJobs() {
 void WaitForJobs() {
   JobTable& jobs = Jobs();
   std::unique_lock<std::mutex> hold(jobs.lock);
+  // Our own programs refuse a window nobody can see; another program might
+  // wait there for a user for ever, and the run with it.
+  if (!jobs.windows.empty() && ScreenOfEnvironment() != Screen::Display) {
+    const auto limit = std::chrono::steady_clock::now() + kWindowGrace;
+    if (!jobs.ended.wait_until(hold, limit, [&jobs] { return jobs.windows.empty(); })) {
+      for (const auto& [pid, name] : jobs.windows) {
+        std::cerr << name << " still runs " << kWindowGrace.count()
+                  << " s on with no screen to show its window on; ended\n";
+        kill(pid, SIGTERM);
+      }
+      if (!jobs.ended.wait_for(hold, std::chrono::seconds(2), [&jobs] { return jobs.windows.empty(); })) {
+        for (const auto& entry : jobs.windows) kill(entry.first, SIGKILL);
+      }
+    }
+  }
   jobs.ended.wait(hold, [&jobs] { return jobs.running.empty(); });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // Starting outside programs and job scripts, without waiting for them, and
 // reaping them when they end. Both platforms start jobs through here.
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -34,14 +35,19 @@ std::vector<std::string> JobCommand(const ShellCommand& command, int style);
 
 // Starts the program (standard input from /dev/null, standard output to our
 // standard error, so that a transcript on standard output stays clean).
-// Gives its process id, 0 if it could not be started.
-int StartJob(const std::vector<std::string>& argv);
+// Gives its process id, 0 if it could not be started. A window program is
+// one that waits for a user (a viewer, a tool's window), not a job.
+int StartJob(const std::vector<std::string>& argv, bool window = false);
 
 // Jobs are reaped as they end, by a thread that waits for each; this is
 // kept for callers that poll and does nothing more.
 void ReapJobs();
-// Waits for every job started here.
+// Waits for every job started here. Without a screen (no display named, or
+// Qt drawing off screen) a window program still running kWindowGrace after
+// the wait began is ended, with a line on standard error: nobody could
+// close it, and a run must end.
 void WaitForJobs();
+inline constexpr std::chrono::seconds kWindowGrace{5};
 // How many started jobs have not been reaped.
 int RunningJobs();
 // Whether the job of that task number (as StartJob gave it) still runs.

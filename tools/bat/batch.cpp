@@ -83,6 +83,14 @@ struct Stage {
   bool append = false;
 };
 
+// The scripts are written the DOS way: "..\\o.su" is o.su in the folder
+// above, as tool paths are read. A name that exists as it is spelled stays.
+std::string DosPath(std::string name) {
+  if (name.find('\\') == std::string::npos || FileExists(ResolveExisting(name)) != 0) return name;
+  std::replace(name.begin(), name.end(), '\\', kSep);
+  return name;
+}
+
 bool IsFolder(const std::string& path) {
   std::error_code ec;
   return !path.empty() && fs::is_directory(path, ec);
@@ -121,7 +129,7 @@ Stage ParseStage(const std::string& text) {
       if (!quoted && (c == ' ' || c == '<' || c == '>' || c == '|')) break;
       name += c;
     }
-    return name;
+    return DosPath(name);
   };
   // Takes up to four more plain words when together they make a better name.
   auto extend = [&](std::string name, bool output) {
@@ -133,7 +141,7 @@ Stage ParseStage(const std::string& text) {
       size_t e = b;
       while (e < text.size() && text[e] != ' ' && text[e] != '<' && text[e] != '>' && text[e] != '|' && text[e] != '"') ++e;
       if (e == b) break;
-      longer += " " + text.substr(b, e - b);
+      longer = DosPath(longer + " " + text.substr(b, e - b));
       at = e;
       if (output ? BetterOutput(name, longer) : BetterInput(name, longer)) {
         i = at;
@@ -297,26 +305,43 @@ int Copy(const std::vector<std::string>& words) {
       append = true;
     }
   }
-  std::ofstream out(destination, std::ios::binary | (append ? std::ios::app : std::ios::trunc));
-  if (!out) {
+  // Plain descriptors, so that a failure says which file and why (a full
+  // disk is not "cannot read").
+  const int out = open(destination.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC), 0644);
+  if (out < 0) {
     Say("copy: " + destination + ": cannot write: " + std::strerror(errno));
     return 1;
   }
   std::vector<char> buffer(size_t(1) << 20);
-  for (size_t i = append ? 1 : 0; i < files.size(); ++i) {
-    std::ifstream in(files[i], std::ios::binary);
-    if (!in) {
-      Say("copy: " + files[i] + ": cannot read");
-      return 1;
+  std::string failure;
+  for (size_t i = append ? 1 : 0; i < files.size() && failure.empty(); ++i) {
+    const int in = open(files[i].c_str(), O_RDONLY | O_CLOEXEC);
+    if (in < 0) {
+      failure = "copy: " + files[i] + ": cannot read: " + std::strerror(errno);
+      break;
     }
-    while (in) {
-      in.read(buffer.data(), std::streamsize(buffer.size()));
-      out.write(buffer.data(), in.gcount());
+    for (;;) {
+      const ssize_t got = read(in, buffer.data(), buffer.size());
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0) failure = "copy: " + files[i] + ": cannot read: " + std::strerror(errno);
+      if (got <= 0) break;
+      for (ssize_t done = 0; done < got && failure.empty();) {
+        errno = 0;
+        const ssize_t w = write(out, buffer.data() + done, size_t(got - done));
+        if (w < 0 && errno == EINTR) continue;
+        if (w <= 0) {
+          const char* why = errno != 0 ? std::strerror(errno) : "nothing more was taken";
+          failure = "copy: " + destination + ": cannot write: " + why;
+        }
+        done += std::max<ssize_t>(w, 0);
+      }
+      if (!failure.empty()) break;
     }
+    close(in);
   }
-  out.close();
-  if (!out) {
-    Say("copy: " + destination + ": write failed");
+  if (close(out) != 0 && failure.empty()) failure = "copy: " + destination + ": cannot write: " + std::strerror(errno);
+  if (!failure.empty()) {
+    Say(failure);
     return 1;
   }
   std::cout << "        1 file(s) copied." << std::endl;
@@ -582,9 +607,14 @@ int RunLine(const std::string& rawLine, Options& options, bool& exitRequested) {
     std::string shown;
     for (size_t i = 0; i < stage.words.size(); ++i) shown += (i ? " " : "") + stage.words[i];
     if (!stage.out.empty()) {
-      std::ofstream out(ResolveExisting(stage.out), stage.append ? std::ios::app : std::ios::trunc);
+      const std::string target = ResolveExisting(stage.out);
+      errno = 0;
+      std::ofstream out(target, stage.append ? std::ios::app : std::ios::trunc);
       out << shown << "\r\n";
-      return out ? 0 : 1;
+      out.close();
+      if (out) return 0;
+      Say("echo: " + target + ": cannot write" + (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()));
+      return 1;
     }
     std::cout << shown << std::endl;
     return 0;
@@ -597,7 +627,7 @@ int RunLine(const std::string& rawLine, Options& options, bool& exitRequested) {
     std::string rest = line.substr(name.size());
     Stage stage = ParseStage(rest);
     std::vector<std::string> words = {name};
-    words.insert(words.end(), stage.words.begin(), stage.words.end());
+    for (const std::string& w : stage.words) words.push_back(DosPath(w));
     if (name == "copy") return Copy(words);
     if (name == "del" || name == "erase") return Delete(words);
     if (name == "pause") return Pause();
@@ -616,7 +646,13 @@ int RunLine(const std::string& rawLine, Options& options, bool& exitRequested) {
   }
 
   std::vector<Stage> stages;
-  for (const auto& part : SplitPipes(line)) stages.push_back(ParseStage(part));
+  for (const auto& part : SplitPipes(line)) {
+    stages.push_back(ParseStage(part));
+    // The program is found as tool paths are (FindProgram); its arguments
+    // are file names, or key=value words that hold one.
+    std::vector<std::string>& words = stages.back().words;
+    for (size_t w = 1; w < words.size(); ++w) words[w] = DosPath(words[w]);
+  }
   for (const auto& stage : stages) {
     if (stage.words.empty()) {
       Say("The syntax of the command is incorrect.");

@@ -3,16 +3,17 @@
 // from a small window.
 #include <sys/stat.h>
 
+#include <charconv>
 #include <iostream>
 #include <string>
 #include <vector>
 
 #include "core/failure.h"
 #include "dzt_text.h"
-#include "tool_desktop.h"
 #include "word_text.h"
 
 #ifdef VEXMOR_TOOL_WINDOW
+#include "qt_screen.h"
 #include "rtoaw_window.h"
 #endif
 
@@ -75,12 +76,13 @@ int main(int argc, char** argv) {
       if (arg == "--screenshot") {
         screenshot = value;
       } else {
-        try {
-          options.channel = std::stoi(value);
-        } catch (const std::exception&) {
-          options.channel = 0;
+        // The whole word is the number: "3x" or 4294967297 is refused, not read as 3 or 1.
+        int channel = 0;
+        const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), channel);
+        if (ec != std::errc() || end != value.data() + value.size() || channel < 1 || channel > 65535) {
+          return Usage(arg + " takes a channel number from 1 to 65535, not '" + value + "'");
         }
-        if (options.channel < 1) return Usage(arg + " takes a channel number from 1, not '" + value + "'");
+        options.channel = channel;
       }
     } else if (arg.size() > 1 && arg[0] == '-') {
       return Usage("unknown option " + arg);
@@ -90,9 +92,15 @@ int main(int argc, char** argv) {
   }
 #ifdef VEXMOR_TOOL_WINDOW
   if (!screenshot.empty()) {
+    PrepareScreen("rtoaw", ScreenUse::Picture);
     return RunRtoawWindow(argc, argv, screenshot, files.empty() ? "" : files[0], files.size() > 1 ? files[1] : "", words);
   }
-  if (argc == 1 && DesktopPresent()) return RunRtoawWindow(argc, argv, "", "");
+  // With nothing to do it is the window or nothing: without a screen nobody
+  // could close it, and whoever started it would wait for ever.
+  if (argc == 1) {
+    if (PrepareScreen("rtoaw", ScreenUse::Window)) return RunRtoawWindow(argc, argv, "", "");
+    return Usage("");
+  }
 #endif
   if (files.empty() || files.size() > 2) {
     return Usage(files.empty() ? "" : "one DZT file at a time: '" + files[2] + "' is one too many");

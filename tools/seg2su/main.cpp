@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -12,10 +14,10 @@
 #include "core/failure.h"
 #include "formats/seg2.h"
 #include "seg2_to_su.h"
-#include "tool_desktop.h"
 #include "tool_output.h"
 
 #ifdef VEXMOR_TOOL_WINDOW
+#include "qt_screen.h"
 #include "seg2su_window.h"
 #endif
 
@@ -101,8 +103,10 @@ int List(const std::vector<std::string>& inputs) {
     }
   }
   // A listing lost on a full disk or a closed pipe is said, not passed over.
+  errno = 0;
   if (!(std::cout << std::flush)) {
-    std::cerr << "seg2su: standard output: the listing could not be written\n";
+    std::cerr << "seg2su: standard output: the listing could not be written"
+              << (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()) << '\n';
     return 1;
   }
   return failed == 0 ? 0 : 1;
@@ -138,7 +142,7 @@ int Convert(const Arguments& a) {
   }
   for (const std::string& m : report.messages) std::cerr << "seg2su: " << m << '\n';
   std::cerr << "seg2su: " << Seg2SuSummary(report, out.Name()) << '\n';
-  return report.filesFailed == 0 && report.tracesLost == 0 ? 0 : 1;
+  return report.filesFailed == 0 && report.tracesLost == 0 && report.tracesCut == 0 ? 0 : 1;
 }
 
 }  // namespace
@@ -154,8 +158,17 @@ int main(int argc, char** argv) {
     return 0;
   }
 #ifdef VEXMOR_TOOL_WINDOW
-  if (!a.screenshot.empty()) return RunSeg2SuWindow(argc, argv, a.screenshot, a.inputs, a.output);
-  if (argc == 1 && DesktopPresent()) return RunSeg2SuWindow(argc, argv, "", {});
+  if (!a.screenshot.empty()) {
+    PrepareScreen("seg2su", ScreenUse::Picture);
+    return RunSeg2SuWindow(argc, argv, a.screenshot, a.inputs, a.output);
+  }
+  // Started with nothing to do, it is the window or nothing: without a
+  // screen nobody could close it, and whoever started it would wait for ever.
+  if (argc == 1) {
+    if (PrepareScreen("seg2su", ScreenUse::Window)) return RunSeg2SuWindow(argc, argv, "", {});
+    std::cerr << kUsage;
+    return 2;
+  }
 #endif
   if (a.inputs.empty()) {
     std::cerr << kUsage;

@@ -374,7 +374,11 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
     const SuHeader h = Seg2TraceHeader(file, trace, place, ns, notes);
     std::memcpy(record.data(), h.Data(), kSuHeaderBytes);
     std::fill(decoded.begin() + trace.samples, decoded.end(), 0.0f);
-    DecodeSeg2Samples(bytes.data() + trace.dataOffset, trace.format, file.bigEndian, trace.samples, decoded.data());
+    if (trace.presentBytes < Seg2SampleBytes(trace.format, trace.samples)) {
+      ReadSeg2Trace(inMemory, file, trace, decoded.data());  // the missing samples as zeros
+    } else {
+      DecodeSeg2Samples(bytes.data() + trace.dataOffset, trace.format, file.bigEndian, trace.samples, decoded.data());
+    }
     double factor = 1;
     if (options.descale && FirstNumber(trace.Find("DESCALING_FACTOR"), factor)) {
       for (float& v : decoded) v = static_cast<float>(v * factor);
@@ -395,6 +399,7 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
   outputTrace += static_cast<int32_t>(file.traces.size());
   report.traces += static_cast<int64_t>(file.traces.size());
   report.tracesLost += file.lostTraces;
+  report.tracesCut += file.cutTraces;
   Note(report, in.path, notes);
 }
 
@@ -411,6 +416,7 @@ std::string Seg2SuSummary(const Seg2SuReport& r, const std::string& output) {
                      plural(r.filesDone, "file") + " written to " + output;
   if (r.filesFailed > 0) text += "; " + plural(r.filesFailed, "file") + " could not be converted";
   if (r.tracesLost > 0) text += "; " + plural(r.tracesLost, "trace") + " lost in files cut short";
+  if (r.tracesCut > 0) text += "; " + plural(r.tracesCut, "trace") + " cut short, padded with zeros";
   return text;
 }
 
@@ -426,6 +432,26 @@ Seg2SuReport ConvertSeg2ToSu(const std::vector<std::string>& inputs, const SuRec
     CheckInput(list[k], report);
     if (!list[k].ok) continue;
     for (const Seg2Trace& t : list[k].file.traces) report.samples = std::max(report.samples, t.samples);
+  }
+  // Padding to the longest trace may at most double what the files hold: a
+  // list of empty traces and one long one would otherwise make gigabytes of
+  // zeros from a few kilobytes.
+  int64_t present = 0, padding = 0, traces = 0;
+  for (const Input& in : list) {
+    if (!in.ok) continue;
+    for (const Seg2Trace& t : in.file.traces) {
+      present += t.samples;
+      padding += report.samples - t.samples;
+      ++traces;
+    }
+  }
+  if (padding > present) {
+    report.messages.push_back("the traces run from few samples to " + std::to_string(report.samples) +
+                              ": padding all " + std::to_string(traces) + " of them to that length would write " +
+                              std::to_string(padding) + " zero samples for " + std::to_string(present) +
+                              " real ones; nothing converted (convert the files of short traces apart)");
+    report.filesFailed = static_cast<int>(list.size());
+    return report;
   }
   int32_t outputTrace = 1;
   const int total = static_cast<int>(list.size());
