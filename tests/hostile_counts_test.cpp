@@ -40,11 +40,15 @@ std::vector<uint8_t> Seg2Start(uint16_t pointerBytes, uint16_t traces, size_t si
 TEST(HostileCounts, Seg2TraceCountAndSampleCountBeyondTheFile) {
   std::vector<uint8_t> bytes = Seg2Start(0xFFFC, 0xFFFF, 64);
   BinaryFile many = BinaryFile::OverMemory(bytes, "many.sg2");
-  EXPECT_NE(MessageOf<Seg2Error>([&] { ReadSeg2(many); }).find("65535 trace pointers run past the end of the file (64 bytes)"),
+  EXPECT_NE(MessageOf<Seg2Error>([&] {
+              ReadSeg2(many);
+            }).find("65535 trace pointers run past the end of the file (64 bytes)"),
             std::string::npos);
 
   // One trace at byte 36 whose descriptor claims 32767 float64 samples
-  // (262136 bytes) with 8 bytes behind it.
+  // (262136 bytes) with 8 bytes behind it: kept, padded, and said so; only
+  // the 8 bytes there are read (a trace holds at most 32767 samples, so the
+  // padding is bounded by the format, not by the claim).
   bytes = Seg2Start(4, 1, 36 + 32 + 8);
   PutLE32(bytes.data() + 32, 36);
   PutLE16(bytes.data() + 36, 0x4422);
@@ -53,7 +57,17 @@ TEST(HostileCounts, Seg2TraceCountAndSampleCountBeyondTheFile) {
   PutLE32(bytes.data() + 44, 32767);
   bytes[48] = 5;
   BinaryFile big = BinaryFile::OverMemory(bytes, "big.sg2");
-  EXPECT_NE(MessageOf<Seg2CutShort>([&] { ReadSeg2(big); }).find("its 32767 samples end at byte 262204, past the end"),
+  const Seg2File file = ReadSeg2(big);
+  ASSERT_EQ(file.traces.size(), 1u);
+  EXPECT_EQ(file.traces[0].presentBytes, 8);
+  bool noted = false;
+  for (const std::string& note : file.notes)
+    noted = noted || note.find("8 of its 262136 sample bytes") != std::string::npos;
+  EXPECT_TRUE(noted);
+  // Too many samples for a trace at all: refused with its count.
+  PutLE32(bytes.data() + 44, 40000);
+  BinaryFile tooMany = BinaryFile::OverMemory(bytes, "many-samples.sg2");
+  EXPECT_NE(MessageOf<Seg2Error>([&] { ReadSeg2(tooMany); }).find("40000 samples, more than an SU trace holds"),
             std::string::npos);
 }
 
@@ -66,7 +80,8 @@ TEST(HostileCounts, DztAndSuCountTheirTracesFromTheFileSize) {
   PutLE16(dzt.data() + 6, 32);
   PutLE16(dzt.data() + 52, 16);
   BinaryFile dztFile = BinaryFile::OverMemory(dzt, "claims.dzt");
-  EXPECT_NE(MessageOf<DztError>([&] { ReadDztHeader(dztFile); }).find("holds no whole scan of 2097088 bytes"), std::string::npos);
+  EXPECT_NE(MessageOf<DztError>([&] { ReadDztHeader(dztFile); }).find("holds no whole scan of 2097088 bytes"),
+            std::string::npos);
 
   // An SU header claiming 65535 samples in 300 bytes: no whole trace, the
   // one there is cut short.
