@@ -1,6 +1,7 @@
 #include "convert.h"
 
 #include "core/binary_file.h"
+#include "core/numbers.h"
 #include "core/su_trace.h"
 
 #include <unistd.h>
@@ -17,6 +18,7 @@
 #include <sstream>
 
 #include "core/shared_state.h"
+#include "core/text.h"
 #include "panels/form.h"
 #include "panels/script.h"
 #include "panels/session.h"
@@ -229,6 +231,7 @@ struct Group {
   std::vector<std::string> finals;  // the files it makes
   bool written = false;
   std::string failure;
+  std::string script;  // what drove the panel, with the final names
 };
 
 std::string Describe(const fs::path& path) {
@@ -387,6 +390,14 @@ std::string ConvertGroup(const Route& route, Group& group, ProgressLine& progres
     WaitForJobs();
   }
   progress.Clear();
+  // The script as a user would run it: the work folder, gone afterwards,
+  // named as the output's folder, and a link as the input it stands for.
+  group.script = run.Script();
+  for (const auto& entry : fs::directory_iterator(stage)) {
+    std::error_code ec;
+    if (entry.is_symlink(ec)) ReplaceAll(group.script, entry.path().string(), fs::read_symlink(entry.path(), ec).string());
+  }
+  ReplaceAll(group.script, stage, fs::path(stage).parent_path().string());
   const std::vector<std::string> messages = run.TakeMessages();
   bool done = false;
   for (const std::string& message : messages) {
@@ -643,6 +654,12 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
     } catch (const std::exception& e) {
       group.plan.problems.push_back(group.output + ": the panel could not be driven: " + e.what());
     }
+    // dt holds whole microseconds: an interval under one half would be 0.
+    // (Radar intervals in ns go to dt times 1000, or are rounded by the probe.)
+    if (group.plan.intervalUnit == "us" && group.plan.interval > 0 && RoundHalfEven(group.plan.interval) < 1) {
+      group.plan.problems.push_back(group.output + ": a sample interval of " + NumberText(group.plan.interval).substr(1) +
+                                    " us is written to dt as 0; give a whole number of microseconds");
+    }
     if (!check) group.plan.problems.clear();
     if (route.outputEndings) {
       for (const std::string& ending : route.outputEndings(group.plan, group.job)) {
@@ -706,7 +723,7 @@ int RunConvert(const std::vector<std::string>& args, std::ostream& out, std::ost
                                                 : fs::path(group.output).filename().string();
     group.failure = ConvertGroup(route, group, progress, label);
     group.written = group.failure.empty();
-    if (printScript) out << group.run->Script();
+    if (printScript) out << group.script;
     group.run.reset();
     if (group.written && route.afterWritten) route.afterWritten(group.job);
     if (!group.written) {

@@ -8,6 +8,7 @@
 #include "convert.h"
 
 #include "panels/describe.h"
+#include "panels/registry.h"
 #include "panels/script.h"
 
 namespace {
@@ -57,8 +58,9 @@ int Panels(int argc, char** argv) {
   }
   for (int i = 2; i < argc; ++i) {
     bool found = false;
+    const std::string name = vexmor::PanelNameAnyCase(argv[i]);
     for (const auto& p : panels) {
-      if (p.name == argv[i]) {
+      if (p.name == name) {
         print(p);
         found = true;
       }
@@ -68,7 +70,8 @@ int Panels(int argc, char** argv) {
   return status;
 }
 
-int Controls(const std::string& panel) {
+int Controls(const std::string& typed) {
+  const std::string panel = vexmor::PanelNameAnyCase(typed);
   const auto lines = vexmor::ControlLines(panel);
   if (!lines) return NoSuchPanel(panel);
   if (lines->empty()) {

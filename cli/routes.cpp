@@ -501,15 +501,22 @@ int64_t FirstRecordTraces(const std::string& path, const Plan& plan) {
   return n;
 }
 
+// The channels of the file: the panel's own count, else those of the first
+// record. The export's "last channel" when --last isn't given.
+int16_t ChannelsOf(const Job& job, SharedState& state, const Plan& plan) {
+  int32_t traces = 0;
+  int16_t channels = 0;
+  Calcul_Channel(job.inputs[0], traces, channels, state);
+  if (channels <= 0) channels = static_cast<int16_t>(std::min<int64_t>(FirstRecordTraces(job.inputs[0], plan), 32767));
+  return channels;
+}
+
 Plan ChannelsProbe(PanelRun& run, const Job& job) {
   run.Do({"open", "MainPanel"});
   SharedState& state = run.GetSession().State();
   Plan plan = SuProbe(job, state);
   if (!plan.problems.empty()) return plan;
-  int32_t traces = 0;
-  int16_t channels = 0;
-  Calcul_Channel(job.inputs[0], traces, channels, state);
-  if (channels <= 0) channels = static_cast<int16_t>(std::min<int64_t>(FirstRecordTraces(job.inputs[0], plan), 32767));
+  const int16_t channels = ChannelsOf(job, state, plan);
   plan.numbers.emplace_back("channels", std::to_string(channels));
   const ChannelRange range = ChannelsAsked(plan, job);
   plan.numbers.emplace_back("first", std::to_string(range.first));
@@ -538,7 +545,13 @@ void ChannelsConvert(PanelRun& run, const Job& job, const std::string& stage) {
   run.Do({"answer", "message", "1"});
   run.Do({"answer", "dialog", link});
   run.Do({"answer", "prompt", job.ValueOr("first", "1")});
-  if (const std::string* last = job.Value("last")) run.Do({"answer", "prompt", *last});
+  if (const std::string* last = job.Value("last")) {
+    run.Do({"answer", "prompt", *last});
+  } else {
+    // The panel's own default is its count, 0 where it finds no channel.
+    SharedState& state = run.GetSession().State();
+    run.Do({"answer", "prompt", std::to_string(ChannelsOf(job, state, SuProbe(job, state)))});
+  }
   run.Do({"click", "Option8"});
 }
 

@@ -287,8 +287,9 @@ std::string MessagePictureName(const std::string& file) {
 
 }  // namespace
 
-int SaveScreenshotAfter(std::string_view script, const std::string& panel, const std::string& file,
+int SaveScreenshotAfter(std::string_view script, const std::string& typed, const std::string& file,
                         std::ostream& out, std::ostream& err) {
+  const std::string panel = PanelNameAnyCase(typed);
   if (FindPanelType(panel) == nullptr) {
     err << "vexmor: no panel named " << panel << '\n';
     return 2;
@@ -324,7 +325,8 @@ int SaveScreenshotAfter(std::string_view script, const std::string& panel, const
   return status != 0 ? status : grabbed;
 }
 
-int SaveScreenshot(const std::string& panel, const std::string& file, std::ostream& err) {
+int SaveScreenshot(const std::string& typed, const std::string& file, std::ostream& err) {
+  const std::string panel = PanelNameAnyCase(typed);
   if (FindPanelType(panel) == nullptr) {
     err << "vexmor: no panel named " << panel << '\n';
     return 2;

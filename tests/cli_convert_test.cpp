@@ -11,12 +11,11 @@
 #include <filesystem>
 #include <sstream>
 
+#include "cli_test_util.h"
 #include "importers/seismograph/abem_format.h"
 #include "importers/seismograph/es1225_format.h"
 #include "importers/seismograph/handy_viewer_format.h"
 #include "importers/seismograph/oyo_format.h"
-#include "panels/script.h"
-#include "test_util.h"
 
 namespace vexmor {
 namespace {
@@ -39,24 +38,12 @@ float GetF32LE(const uint8_t* p) {
   return std::bit_cast<float>(v);
 }
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-Result Convert(std::vector<std::string> args) {
-  test::KeepCurrentFolder keep;
-  std::ostringstream out, err;
-  const int status = cli::RunConvert(args, out, err, false);
-  return {status, out.str(), err.str()};
-}
-
-void RunScript(const std::string& script) {
-  test::KeepCurrentFolder keep;
-  std::ostringstream out, err;
-  ASSERT_EQ(RunScriptHeadless(script, out, err), 0) << err.str();
-}
+using test::Concat;
+using test::Convert;
+using test::ExpectOnly;
+using test::RouteCase;
+using test::RunScript;
+using Result = test::CliResult;
 
 std::vector<std::vector<int16_t>> Traces16(int channels, int samples, int seed) {
   std::vector<std::vector<int16_t>> traces(static_cast<size_t>(channels));
@@ -78,21 +65,6 @@ std::vector<std::string> WriteAbem(const TempDir& dir, int count = 3) {
     test::WriteBytes(paths.back(), BuildAbemRecord(record));
   }
   return paths;
-}
-
-std::vector<std::string> Concat(std::vector<std::string> a, const std::vector<std::string>& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
-
-// Nothing but the files named is left in the folder: no work folder, no
-// half-written output.
-void ExpectOnly(const TempDir& dir, std::vector<std::string> names) {
-  std::vector<std::string> found;
-  for (const auto& entry : fs::directory_iterator(dir.Path())) found.push_back(entry.path().filename().string());
-  std::sort(found.begin(), found.end());
-  std::sort(names.begin(), names.end());
-  EXPECT_EQ(found, names);
 }
 
 TEST(ConvertRoutes, SeismographRoutesWriteThePanelsBytes) {
@@ -259,6 +231,15 @@ TEST(ConvertRoutes, SuExportsWriteThePanelsText) {
   }
   EXPECT_FALSE(fs::exists(dir / "ch.04"));
 
+  // Without --last, where the panel counts no channel, every trace of the
+  // first record (fldr is 0 throughout: all four).
+  r = Convert({"su2ascii-channels", dir / "line.su", "-o", dir / "all."});
+  ASSERT_EQ(r.status, 0) << r.err;
+  for (const char* ending : {"01", "02", "03", "04"}) {
+    EXPECT_FALSE(test::ReadText(dir / (std::string("all.") + ending)).empty()) << ending;
+  }
+  EXPECT_EQ(test::ReadText(dir / "all.02"), test::ReadText(dir / "line.01"));
+
   // Not a whole number of traces: named, nothing written.
   std::vector<uint8_t> bad = ReadBytes(dir / "line.su");
   bad.resize(bad.size() - 3);
@@ -320,12 +301,6 @@ TEST(ConvertSafety, RefusedInputsAndOutputsLeaveTheOutputAsItWas) {
 }
 
 // Inputs of each route that convert, and the options they need.
-struct RouteCase {
-  std::string route;
-  std::vector<std::string> inputs;
-  std::vector<std::string> options;
-};
-
 std::vector<RouteCase> EveryRoute(const TempDir& dir) {
   std::vector<RouteCase> cases;
   cases.push_back({"abem", WriteAbem(dir, 2), {}});
@@ -352,50 +327,8 @@ std::vector<RouteCase> EveryRoute(const TempDir& dir) {
 
 TEST(ConvertSafety, EveryRouteChecksItsInputsAndKeepsItsOutput) {
   TempDir dir;
-  const std::vector<RouteCase> cases = EveryRoute(dir);
   // Later routes run these checks in their own test files.
-  for (const RouteCase& c : cases) ASSERT_NE(cli::FindRoute(c.route), nullptr) << c.route;
-  for (const RouteCase& c : cases) {
-    SCOPED_TRACE(c.route);
-    const std::string out = dir / ("out-" + c.route);
-    const auto args = [&](std::vector<std::string> inputs, std::vector<std::string> more) {
-      std::vector<std::string> all = Concat(Concat({c.route}, c.options), inputs);
-      return Concat(Concat(all, {"-o", out}), more);
-    };
-    // A dry run writes nothing; a missing input is named.
-    Result r = Convert(args(c.inputs, {"--dry-run"}));
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.out.find("Nothing written (dry run)."), std::string::npos) << r.out;
-    r = Convert(args({dir / "GONE"}, {}));
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find(dir / "GONE: no such file"), std::string::npos) << r.err;
-
-    // The output exists: refused without --force, left as it was.
-    const std::string first = c.route == "su2ascii-channels" ? out + "01" : out;
-    test::WriteText(first, "mine");
-    r = Convert(args(c.inputs, {}));
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find(first + ": exists already"), std::string::npos) << r.err;
-    EXPECT_EQ(test::ReadText(first), "mine");
-
-    // A record cut short: named, the output still as it was.
-    const std::string last = c.inputs.back();
-    const std::vector<uint8_t> whole = ReadBytes(last);
-    test::WriteBytes(last, std::vector<uint8_t>(whole.begin(), whole.end() - 60));
-    r = Convert(args(c.inputs, {"--force"}));
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find(last + ": "), std::string::npos) << r.err;
-    EXPECT_EQ(test::ReadText(first), "mine");
-    test::WriteBytes(last, whole);
-
-    // With --force and good inputs, replaced whole.
-    r = Convert(args(c.inputs, {"--force"}));
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(test::ReadText(first), "mine");
-  }
-  for (const auto& entry : fs::directory_iterator(dir.Path())) {
-    EXPECT_EQ(entry.path().filename().string().find(".vexmor-convert"), std::string::npos);
-  }
+  for (const RouteCase& c : EveryRoute(dir)) test::ExpectRouteKeepsItsOutput(dir, c);
 }
 
 TEST(ConvertSafety, AFailureInTheMiddleLeavesTheOutputAsItWas) {
@@ -440,6 +373,34 @@ TEST(ConvertSafety, DryRunAndJsonWriteNothing) {
   r = Convert(Concat({"abem", "--json", "-o", dir / "out.su"}, abem));
   ASSERT_EQ(r.status, 0) << r.err;
   EXPECT_NE(r.out.find("\"written\":true,\"error\":\"\""), std::string::npos) << r.out;
+
+  // An interval that dt, a whole number, would hold as 0.
+  r = Convert(Concat({"abem", "--interval", "0.25", "--force", "-o", dir / "out.su"}, abem));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("a sample interval of 0.25 us is written to dt as 0; give a whole number of microseconds"), std::string::npos) << r.err;
+}
+
+// The printed script names the files a user has, never the work folder of
+// the run, and does the same conversion when it is run.
+TEST(ConvertSafety, PrintedScriptNamesTheRealFilesAndRunsAgain) {
+  TempDir dir;
+  const std::vector<std::string> abem = WriteAbem(dir);
+  Result r = Convert(Concat({"abem", "--print-script", "-o", dir / "out.su"}, abem));
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.find(".vexmor-convert-"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find(dir / "out.su"), std::string::npos) << r.out;
+  const std::vector<uint8_t> first = ReadBytes(dir / "out.su");
+  fs::rename(dir / "out.su", dir / "first.su");
+  RunScript(r.out);
+  EXPECT_EQ(ReadBytes(dir / "out.su"), first);
+
+  // The export reads its input through a link in the work folder: the script
+  // names the input itself.
+  WriteSu(dir / "line.su", 4, 5);
+  r = Convert({"su2ascii", dir / "line.su", "--print-script", "-o", dir / "cols.txt"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.find(".vexmor-convert-"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("answer dialog " + (dir / "line.su")), std::string::npos) << r.out;
 }
 
 TEST(ConvertSafety, ManyInputsFromAListOneOutputEach) {

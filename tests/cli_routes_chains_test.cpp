@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <sstream>
 
+#include "cli_test_util.h"
 #include "convert.h"
 #include "core/su_trace.h"
 #include "panels/script.h"
@@ -18,32 +19,10 @@ namespace fs = std::filesystem;
 using test::ReadBytes;
 using test::TempDir;
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-Result Convert(std::vector<std::string> args) {
-  test::KeepCurrentFolder keep;
-  std::ostringstream out, err;
-  const int status = cli::RunConvert(args, out, err, false);
-  return {status, out.str(), err.str()};
-}
-
-void RunScript(const std::string& script) {
-  test::KeepCurrentFolder keep;
-  std::ostringstream out, err;
-  ASSERT_EQ(RunScriptHeadless(script, out, err), 0) << err.str();
-}
-
-void ExpectOnly(const TempDir& dir, std::vector<std::string> names) {
-  std::vector<std::string> found;
-  for (const auto& entry : fs::directory_iterator(dir.Path())) found.push_back(entry.path().filename().string());
-  std::sort(found.begin(), found.end());
-  std::sort(names.begin(), names.end());
-  EXPECT_EQ(found, names);
-}
+using test::Convert;
+using test::ExpectOnly;
+using test::RunScript;
+using Result = test::CliResult;
 
 void Put16(std::vector<uint8_t>& f, size_t at, int16_t v) {
   f[at] = static_cast<uint8_t>(v);

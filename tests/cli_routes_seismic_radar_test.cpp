@@ -7,14 +7,13 @@
 #include <filesystem>
 #include <sstream>
 
+#include "cli_test_util.h"
 #include "convert.h"
 #include "importers/seismograph/ambrogeo_format.h"
 #include "core/su_trace.h"
 #include "importers/seismograph/bison_format.h"
 #include "importers/seismograph/dolang_format.h"
 #include "importers/seismograph/pasi_format.h"
-#include "panels/script.h"
-#include "test_util.h"
 
 namespace vexmor {
 namespace {
@@ -23,29 +22,11 @@ namespace fs = std::filesystem;
 using test::ReadBytes;
 using test::TempDir;
 
-struct Result {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-Result Convert(std::vector<std::string> args) {
-  test::KeepCurrentFolder keep;
-  std::ostringstream out, err;
-  const int status = cli::RunConvert(args, out, err, false);
-  return {status, out.str(), err.str()};
-}
-
-void RunScript(const std::string& script) {
-  test::KeepCurrentFolder keep;
-  std::ostringstream out, err;
-  ASSERT_EQ(RunScriptHeadless(script, out, err), 0) << err.str();
-}
-
-std::vector<std::string> Concat(std::vector<std::string> a, const std::vector<std::string>& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
+using test::Concat;
+using test::Convert;
+using test::RouteCase;
+using test::RunScript;
+using Result = test::CliResult;
 
 int Word16(const std::vector<uint8_t>& bytes, size_t at) { return static_cast<int16_t>(bytes[at] | bytes[at + 1] << 8); }
 
@@ -253,12 +234,6 @@ TEST(ConvertRadarRoutes, Dt1AsciiDztDolangWriteThePanelsBytes) {
   EXPECT_FALSE(fs::exists(dir / "d2.su"));
 }
 
-struct RouteCase {
-  std::string route;
-  std::vector<std::string> inputs;
-  std::vector<std::string> options;
-};
-
 std::vector<RouteCase> TheseRoutes(const TempDir& dir) {
   std::vector<RouteCase> cases;
   WriteBison(dir / "B1.DAT", 4, 1);
@@ -281,45 +256,7 @@ std::vector<RouteCase> TheseRoutes(const TempDir& dir) {
 
 TEST(ConvertSeismicRadarRoutes, EachChecksItsInputsAndKeepsItsOutput) {
   TempDir dir;
-  for (const RouteCase& c : TheseRoutes(dir)) {
-    SCOPED_TRACE(c.route);
-    ASSERT_NE(cli::FindRoute(c.route), nullptr);
-    const std::string out = dir / ("out-" + c.route);
-    const auto args = [&](std::vector<std::string> inputs, std::vector<std::string> more) {
-      return Concat(Concat(Concat(Concat({c.route}, c.options), inputs), {"-o", out}), more);
-    };
-    Result r = Convert(args(c.inputs, {"--dry-run"}));
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.out.find("Nothing written (dry run)."), std::string::npos) << r.out;
-    EXPECT_FALSE(fs::exists(out));
-    r = Convert(args({dir / "GONE"}, {}));
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find(dir / "GONE: no such file"), std::string::npos) << r.err;
-    EXPECT_FALSE(fs::exists(out));
-
-    test::WriteText(out, "mine");
-    r = Convert(args(c.inputs, {}));
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find(out + ": exists already"), std::string::npos) << r.err;
-    EXPECT_EQ(test::ReadText(out), "mine");
-
-    // The last record cut short: named, the output as it was.
-    const std::string last = c.inputs.back();
-    const std::vector<uint8_t> whole = ReadBytes(last);
-    test::WriteBytes(last, std::vector<uint8_t>(whole.begin(), whole.end() - 60));
-    r = Convert(args(c.inputs, {"--force"}));
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find(last + ": "), std::string::npos) << r.err;
-    EXPECT_EQ(test::ReadText(out), "mine");
-    test::WriteBytes(last, whole);
-
-    r = Convert(args(c.inputs, {"--force"}));
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(test::ReadText(out), "mine");
-  }
-  for (const auto& entry : fs::directory_iterator(dir.Path())) {
-    EXPECT_EQ(entry.path().filename().string().find(".vexmor-convert"), std::string::npos);
-  }
+  for (const RouteCase& c : TheseRoutes(dir)) test::ExpectRouteKeepsItsOutput(dir, c);
 }
 
 }  // namespace

@@ -147,6 +147,16 @@ TEST(ControlListing, PanelsDescribesOneOrAllAndRefusesAnUnknownName) {
   const Ran controls = RunProgram(dir, "vexmor-cli", "controls");
   EXPECT_EQ(controls.status, 2);
   EXPECT_EQ(Lines(controls.err).size(), 1u);
+
+  // Typed in another letter case, a name is the panel's own.
+  const Ran lower = RunProgram(dir, "vexmor-cli", "panels segy dolang");
+  EXPECT_EQ(lower.status, 0) << lower.err;
+  ASSERT_EQ(Lines(lower.out).size(), 2u) << lower.out;
+  EXPECT_EQ(lower.out.rfind("SEGY ", 0), 0u) << lower.out;
+  EXPECT_EQ(Lines(lower.out)[1].rfind("DOLANG ", 0), 0u) << lower.out;
+  EXPECT_EQ(RunProgram(dir, "vexmor-cli", "controls MAINPANEL").out, RunProgram(dir, "vexmor-cli", "controls MainPanel").out);
+  EXPECT_EQ(PanelNameAnyCase("add_su_files"), "Add_SU_files");
+  EXPECT_EQ(PanelNameAnyCase("nopanel"), "nopanel");
 }
 
 // Children of this process that have ended and are not reaped.

@@ -176,6 +176,16 @@ TEST(ViewerFormats, BadFilesAreToldOrShownAsFarAsSound) {
   EXPECT_NE(ErrorOf(dir / "alone.rd3").find(".rad"), std::string::npos);
   EXPECT_NE(ErrorOf(dir / "missing.sgy").find("missing.sgy"), std::string::npos);
 
+  // A SEG-D record whose channel sets hold no channel: headers and no trace.
+  std::vector<uint8_t> segd(128, 0);
+  for (const auto& [at, v] : std::vector<std::pair<int, uint8_t>>{
+           {0, 0x12}, {1, 0x34}, {2, 0x80}, {3, 0x58}, {11, 0x11}, {22, 8}, {27, 1}, {28, 2}, {42, 1}, {50, 2},
+           {64, 1}, {65, 1}, {69, 0x10}, {74, 0x10}, {96, 1}, {97, 2}, {101, 0x10}, {106, 0x10}}) {
+    segd[size_t(at)] = v;
+  }
+  test::WriteBytes(dir / "empty.sgd", segd);
+  EXPECT_NE(ErrorOf(dir / "empty.sgd").find("no trace"), std::string::npos) << ErrorOf(dir / "empty.sgd");
+
   // A SEG-Y file cut in its last trace: the whole ones shown, the cut one
   // padded, and a note.
   std::vector<uint8_t> segy = test::MakeSegy({{1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}}, 5, true);

@@ -1,5 +1,7 @@
 #include "panels/registry.h"
 
+#include <cctype>
+
 #include "importers/radar/ascii2su.h"
 #include "importers/radar/dt1.h"
 #include "importers/radar/dzt2.h"
@@ -70,6 +72,19 @@ const PanelType* FindPanelType(std::string_view name) {
     if (type.name == name) return &type;
   }
   return nullptr;
+}
+
+std::string PanelNameAnyCase(std::string_view name) {
+  const auto lower = [](std::string_view text) {
+    std::string out(text);
+    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+  };
+  if (FindPanelType(name) != nullptr) return std::string(name);
+  for (const PanelType& type : kPanels) {
+    if (lower(type.name) == lower(name)) return std::string(type.name);
+  }
+  return std::string(name);
 }
 
 }  // namespace vexmor

@@ -2,6 +2,7 @@
 // Every panel of the system, by its name: the one list of them.
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "panels/session.h"
@@ -15,6 +16,10 @@ struct PanelType {
 
 std::span<const PanelType> PanelTypes();
 const PanelType* FindPanelType(std::string_view name);
+// The panel's own spelling of a name typed in any letter case ("segy" is
+// SEGY), for the command lines; scripts keep the exact names. A name that
+// matches no panel comes back as it is.
+std::string PanelNameAnyCase(std::string_view name);
 
 // Makes a panel whose struct P has a member `Form form` and a constructor
 // taking the session.
