@@ -209,6 +209,30 @@ TEST(ToolsBigFile, SegdOverFourGigabytesStreamsInLittleMemory) {
   std::printf("segdread on %lld bytes: peak memory %ld KiB\n", static_cast<long long>(size), run.peakRssKiB);
 }
 
+// A record whose general header claims 99 scan types of 65535 channel sets
+// (all empty): the 200 MB of descriptors are walked, not held.
+TEST(ToolsBigFile, SegdClaimingEveryChannelSetStaysSmall) {
+  SKIP_WHEN_SANITIZED();
+  TempDir dir;
+  SparseFile file(dir / "sets.sgd");
+  std::vector<uint8_t> h(64, 0);
+  h[2] = 0x80;
+  h[3] = 0x58;    // 8058
+  h[11] = 0x10;   // one more general header
+  h[27] = 0x99;   // 99 scan types
+  h[28] = 0xFF;   // channel sets: in the second general header
+  PutBE16u(h.data() + 32 + 3, 65535);
+  h[32 + 10] = 1;  // rev 1
+  ASSERT_TRUE(file.Put(0, h));
+  ASSERT_TRUE(file.End(64 + int64_t{99} * 65535 * 32));
+  file.Close();
+  const StreamCheck run = RunCounting(dir.Str(), {Bin("segdread"), "tape=sets.sgd"}, 0, [](int64_t n) { return n; });
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("no seismic trace"), std::string::npos) << run.err;
+  EXPECT_EQ(run.bytes, 0);
+  EXPECT_LT(run.peakRssKiB, kMaxRssKiB) << "segdread peak memory";
+}
+
 // A big-endian IEEE-float SEG-Y file of kTraces traces of kNs samples.
 TEST(ToolsBigFile, SegyOverFourGigabytesStreamsInLittleMemory) {
   SKIP_WHEN_SANITIZED();

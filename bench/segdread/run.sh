@@ -27,8 +27,9 @@ if [ -z "$reference" ]; then
   commit=${SEGDREAD_REFERENCE_COMMIT:-e695f86}
   echo "building the segdread of $commit in $work/old ..."
   mkdir "$work/old"
-  git -C "$top" archive "$commit" src/core src/formats tools/su 2>/dev/null | tar -x -C "$work/old" ||
-    git -C "$top" archive "$commit" src/core tools/su | tar -x -C "$work/old"
+  folders=(src/core tools/su)
+  git -C "$top" cat-file -e "$commit:src/formats" 2>/dev/null && folders+=(src/formats)
+  git -C "$top" archive "$commit" "${folders[@]}" | tar -x -C "$work/old"
   (
     cd "$work/old"
     # The core files the tools need; text.cpp speaks to the panels' platform.
