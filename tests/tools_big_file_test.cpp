@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -139,8 +140,17 @@ std::vector<uint8_t> BigEndianFloat(float v) {
   return b;
 }
 
-bool Sanitized() {
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VEXMOR_ASAN_BUILD 1
+#endif
+#endif
 #if defined(__SANITIZE_ADDRESS__)
+#define VEXMOR_ASAN_BUILD 1
+#endif
+
+bool Sanitized() {
+#if defined(VEXMOR_ASAN_BUILD)
   return true;
 #else
   return false;
