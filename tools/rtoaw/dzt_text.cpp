@@ -11,34 +11,10 @@
 
 namespace vexmor {
 
-namespace {
-
-// The rows of the column text, each value as value(scan, sample).
-template <typename Value>
-void WriteColumnRows(int samplesPerScan, int64_t scans, const Value& value,
-                     const std::function<void(std::string_view row)>& put) {
-  std::string row;
-  row.reserve(static_cast<size_t>(scans) * 7 + 2);
-  char number[16];
-  const auto ns = static_cast<size_t>(samplesPerScan);
-  for (size_t k = 0; k < ns; ++k) {
-    row.clear();
-    for (size_t s = 0; s < static_cast<size_t>(scans); ++s) {
-      if (s > 0) row += ',';
-      const auto [end, ec] = std::to_chars(number, number + sizeof number, value(s, k));
-      row.append(number, end);
-    }
-    row += "\r\n";
-    put(row);
-  }
-}
-
-}  // namespace
-
 void WriteDztColumns(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans,
                      const std::function<void(std::string_view row)>& put) {
   const auto ns = static_cast<size_t>(samplesPerScan);
-  WriteColumnRows(samplesPerScan, scans, [&](size_t s, size_t k) { return values[s * ns + k]; }, put);
+  WriteColumnText(samplesPerScan, scans, [&](size_t s, size_t k) { return values[s * ns + k]; }, put);
 }
 
 std::string DztColumnText(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans) {
@@ -105,7 +81,7 @@ DztToTextResult DztToText(const std::string& input, const std::string& output, c
       const uint8_t* p = channel + scan * scanBytes + sample * width;
       return (width == 1 ? int32_t(p[0]) : width == 2 ? int32_t(GetLE16(p) & 0xFFFF) : GetLE32(p)) - zero;
     };
-    WriteColumnRows(h.samplesPerScan, h.scans, value, [&](std::string_view row) {
+    WriteColumnText(h.samplesPerScan, h.scans, value, [&](std::string_view row) {
       out.Write(at, row.data(), row.size());
       at += static_cast<int64_t>(row.size());
       if (++done % 4096 == 0) mapped.Forget();
