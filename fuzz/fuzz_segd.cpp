@@ -18,8 +18,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     SegdTrace trace;
     std::vector<float> samples;
     for (int n = 0; n < 256 && reader.Next(trace); ++n) {
-      // A trace's samples lie inside the file: the count is bounded by it.
-      if (trace.ns < 0 || trace.ns > static_cast<int64_t>(size)) __builtin_trap();
+      // The samples read lie inside the file; a trace cut short is padded
+      // only up to an SU trace's length.
+      if (trace.ns < 1 || trace.ns > 65535) __builtin_trap();
+      if (trace.presentBytes < 0 || trace.presentBytes > trace.sampleBytes) __builtin_trap();
+      if (trace.presentBytes > 0 && trace.samplesOffset + trace.presentBytes > static_cast<int64_t>(size)) {
+        __builtin_trap();
+      }
       samples.resize(static_cast<size_t>(trace.ns));
       reader.ReadSamples(samples.data());
     }

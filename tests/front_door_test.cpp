@@ -77,7 +77,8 @@ TEST(ProgramHelp, AWrongArgumentIsOneLineNamingIt) {
   TempDir dir;
   test::WriteBytes(dir / "x.sgy", std::vector<uint8_t>(3600, 0));
   const Ran r = RunProgram(dir, "segyread", "tape=x.sgy endian=big");
-  EXPECT_EQ(r.err, "segyread: bad value for endian: 'big' (a whole number is expected) (segyread --help shows the usage)\n");
+  EXPECT_EQ(r.err, "segyread: bad value for endian: 'big': a whole number is expected, 0 to 1 (a switch) (segyread --help "
+            "shows the usage)\n");
 }
 
 Session::Loaded Unloaded(Session& session, const PanelType& type) { return type.make(session, type.name); }

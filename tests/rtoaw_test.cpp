@@ -194,6 +194,13 @@ TEST(RtoawProgram, MessagesAndExitStatus) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(test::ReadText(dir / "ok.TXT"), "2\r\n-2\r\n");
   EXPECT_NE(r.out.find("Samples per scan: 2."), std::string::npos);
+  // A channel number is the whole word, in range: "1x" and 2^32 + 1 are
+  // refused, not read as 1.
+  for (const std::string bad : {"1x", "4294967297", "0"}) {
+    r = RunTool(dir, kBin + "/rtoaw -c " + bad + " " + dir / "ok.DZT");
+    EXPECT_EQ(r.status, 2) << bad;
+    EXPECT_NE(r.err.find("-c takes a channel number from 1 to 65535, not '" + bad + "'"), std::string::npos) << r.err;
+  }
 }
 
 // The window, where it is built: file in, Convert pressed, final message.

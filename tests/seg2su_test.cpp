@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "core/binary_file.h"
+#include "core/byte_order.h"
 #include "core/su_trace.h"
 #include "platform/headless_platform.h"
 #include "platform/jobs.h"
@@ -38,10 +39,13 @@ Seg2File ReadBuffer(const std::vector<uint8_t>& bytes, const std::string& name =
   return ReadSeg2(f);
 }
 
+// Through the reader's own read, which a trace cut short needs (its
+// samples run past the end of the bytes).
 std::vector<float> Decode(const std::vector<uint8_t>& bytes, const Seg2File& f, size_t trace) {
   const Seg2Trace& t = f.traces[trace];
   std::vector<float> out(static_cast<size_t>(t.samples));
-  DecodeSeg2Samples(bytes.data() + t.dataOffset, t.format, f.bigEndian, t.samples, out.data());
+  BinaryFile source = BinaryFile::OverMemory(bytes, f.name);
+  ReadSeg2Trace(source, f, t, out.data());
   return out;
 }
 
@@ -336,22 +340,25 @@ TEST(Seg2Conversion, BadFilesAreNamedAndTheOthersStillConverted) {
         EXPECT_EQ(total, 5);
       });
   EXPECT_EQ(calls, 5);
-  // The record cut short keeps its two complete traces.
+  // The record cut short keeps its two complete traces and the cut one, padded.
   EXPECT_EQ(r.filesDone, 3);
   EXPECT_EQ(r.filesFailed, 2);
-  EXPECT_EQ(r.traces, 8);
-  EXPECT_EQ(r.tracesLost, 1);
-  ASSERT_EQ(su.bytes.size(), 8u * static_cast<size_t>(TraceSize(4)));
+  EXPECT_EQ(r.traces, 9);
+  EXPECT_EQ(r.tracesLost, 0);
+  EXPECT_EQ(r.tracesCut, 1);
+  ASSERT_EQ(su.bytes.size(), 9u * static_cast<size_t>(TraceSize(4)));
   for (const char* name : {"cut.dat", "text.dat", "missing.dat"}) {
     bool named = false;
     for (const std::string& m : r.messages) named = named || m.find(name) != std::string::npos;
     EXPECT_TRUE(named) << name;
   }
-  for (int t = 1; t <= 8; ++t) EXPECT_EQ(Word(su.bytes, 4, t, "tracl"), t);
+  for (int t = 1; t <= 9; ++t) EXPECT_EQ(Word(su.bytes, 4, t, "tracl"), t);
   EXPECT_EQ(Word(su.bytes, 4, 1, "fldr"), 1);
   EXPECT_EQ(Word(su.bytes, 4, 4, "fldr"), 2);
-  EXPECT_EQ(Word(su.bytes, 4, 6, "fldr"), 5);  // the file's place in the list
-  EXPECT_EQ(Sample(su.bytes, 4, 6, 0), 5.0f);
+  EXPECT_EQ(Sample(su.bytes, 4, 6, 2), 9.0f);
+  EXPECT_EQ(Sample(su.bytes, 4, 6, 3), 0.0f);  // the cut trace's missing sample
+  EXPECT_EQ(Word(su.bytes, 4, 7, "fldr"), 5);  // the file's place in the list
+  EXPECT_EQ(Sample(su.bytes, 4, 7, 0), 5.0f);
 }
 
 TEST(Seg2Conversion, ShorterRecordsArePaddedToTheLongest) {
@@ -382,25 +389,75 @@ TEST(Seg2Robustness, TracesOfNoSamples) {
   EXPECT_EQ(Word(su.bytes, 0, 2, "ns"), 0);
 }
 
-TEST(Seg2Robustness, EveryCutOfAFileKeepsItsCompleteTracesOrIsRefusedWithItsName) {
+TEST(Seg2Robustness, EveryCutOfAFileKeepsItsTracesWithAWholeDescriptorOrIsRefusedWithItsName) {
   const std::vector<uint8_t> good = MakeSeg2({"COMPANY x"}, ThreeTraces({1, -2, 3, -4, 5}), 3, true);
   const Seg2File whole = ReadBuffer(good);
   for (size_t n = 0; n < good.size(); ++n) {
     const std::vector<uint8_t> cut(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(n));
-    size_t complete = 0;
+    size_t kept = 0, complete = 0;
     for (const Seg2Trace& t : whole.traces) {
+      if (t.dataOffset <= static_cast<int64_t>(n)) ++kept;
       if (t.dataOffset + Seg2SampleBytes(t.format, t.samples) <= static_cast<int64_t>(n)) ++complete;
     }
     try {
       const Seg2File f = ReadBuffer(cut, "cut.dat");
-      EXPECT_EQ(f.traces.size(), complete) << "cut to " << n << " bytes";
-      EXPECT_EQ(f.lostTraces, static_cast<int>(3 - complete));
-      for (size_t t = 0; t < f.traces.size(); ++t) Decode(cut, f, t);
+      EXPECT_EQ(f.traces.size(), kept) << "cut to " << n << " bytes";
+      EXPECT_EQ(f.lostTraces, static_cast<int>(3 - kept));
+      EXPECT_EQ(f.cutTraces, static_cast<int>(kept - complete));
+      for (size_t t = 0; t < f.traces.size(); ++t) {
+        const std::vector<float> v = Decode(cut, f, t);
+        // 20-bit packing: groups of 4 in 10 bytes, the exponents first; the
+        // first mantissa (bytes 2, 3) missing reads as zero.
+        const int64_t present = f.traces[t].presentBytes;
+        if (present == 10 * 2) {
+          EXPECT_EQ(v[4], 5.0f * float(t + 1));
+        }
+        if (present <= 2) {
+          EXPECT_EQ(v[0], 0.0f) << present;
+        }
+      }
     } catch (const Seg2Error& e) {
-      EXPECT_EQ(complete, 0u) << "cut to " << n << " bytes: " << e.what();
+      EXPECT_EQ(kept, 0u) << "cut to " << n << " bytes: " << e.what();
       EXPECT_EQ(std::string(e.what()).rfind("cut.dat: ", 0), 0u) << e.what();
     }
   }
+}
+
+TEST(Seg2Robustness, RepeatedOrOverlappingTracePointersAreRefused) {
+  const std::vector<uint8_t> good = MakeSeg2({}, ThreeTraces({1, 2, 3, 4}), 4, false);
+  const Seg2File whole = ReadBuffer(good);
+  const auto pointerOf = [](size_t t) { return 32 + 4 * t; };
+  // Every pointer names trace 1: copies of one trace.
+  std::vector<uint8_t> same = good;
+  const auto first = static_cast<int32_t>(whole.traces[0].descriptorOffset);
+  for (size_t t = 1; t < 3; ++t) PutLE32(same.data() + pointerOf(t), first);
+  try {
+    ReadBuffer(same, "same.dat");
+    ADD_FAILURE() << "repeated pointers read";
+  } catch (const Seg2Error& e) {
+    EXPECT_NE(std::string(e.what()).find("same.dat: the pointers of traces 1 and 2 both name byte " +
+                                         std::to_string(whole.traces[0].descriptorOffset)),
+              std::string::npos)
+        << e.what();
+  }
+  // Trace 1 claims 8 samples: its samples then run into trace 2's block.
+  std::vector<uint8_t> overlap = good;
+  PutLE32(overlap.data() + whole.traces[0].descriptorOffset + 8, 8);
+  try {
+    ReadBuffer(overlap, "overlap.dat");
+    ADD_FAILURE() << "overlapping blocks read";
+  } catch (const Seg2Error& e) {
+    EXPECT_NE(std::string(e.what()).find("overlap.dat: the blocks of traces 1 (bytes " +
+                                         std::to_string(whole.traces[0].descriptorOffset) + " to " +
+                                         std::to_string(whole.traces[0].dataOffset + 32) + ") and 2 (from byte " +
+                                         std::to_string(whole.traces[1].descriptorOffset) + ") overlap"),
+              std::string::npos)
+        << e.what();
+  }
+  // A pointer into the pointer table itself.
+  std::vector<uint8_t> inside = good;
+  PutLE32(inside.data() + pointerOf(2), 36);
+  EXPECT_THROW(ReadBuffer(inside, "inside.dat"), Seg2Error);
 }
 
 TEST(Seg2Robustness, DamagedFilesNeverReadOutsideThemselves) {
@@ -450,27 +507,71 @@ TEST(Seg2SuProgram, ReportsBadFilesAndEndsNonZero) {
   EXPECT_EQ(test::ReadBytes(dir / "out.su").size(), 3u * static_cast<size_t>(TraceSize(3)));
 }
 
-TEST(Seg2SuProgram, ARecordCutShortKeepsItsCompleteTracesAndSaysHowManyWereLost) {
+TEST(Seg2SuProgram, ARecordCutShortPadsTheCutTraceAndSaysHowManyWereLost) {
   TempDir dir;
   const std::vector<uint8_t> good = MakeSeg2({}, ThreeTraces({1, 2, 3, 4}), 4, false);
+  // 3 bytes short: trace 3 keeps 3 of its 4 samples' bytes whole.
   test::WriteBytes(dir / "cut.dat", std::vector<uint8_t>(good.begin(), good.end() - 3));
   const ProgramRun r = RunCommand(dir, kBin + "/seg2su -o " + dir / "out.su " + dir / "cut.dat");
-  EXPECT_EQ(r.status, 1) << "traces were lost";
-  EXPECT_NE(r.err.find("cut.dat: file cut short at " + std::to_string(good.size() - 3) +
-                       " bytes: 1 of its 3 traces lost, the 2 complete ones kept"),
+  EXPECT_EQ(r.status, 1) << "a trace was cut";
+  EXPECT_NE(r.err.find("cut.dat: trace 3 cut short by the end of the file: 13 of its 16 sample bytes there, the rest "
+                       "padded with zeros"),
             std::string::npos)
       << r.err;
-  EXPECT_NE(r.err.find("seg2su: 2 traces of 4 samples from 1 file written to " + dir / "out.su" +
-                       "; 1 trace lost in files cut short\n"),
+  EXPECT_NE(r.err.find("seg2su: 3 traces of 4 samples from 1 file written to " + dir / "out.su" +
+                       "; 1 trace cut short, padded with zeros\n"),
             std::string::npos)
       << r.err;
-  // Two records of 240 + 4 x 4 bytes; trace 2 was written as 2, 4, 6, 8.
-  const std::vector<uint8_t> out = test::ReadBytes(dir / "out.su");
-  ASSERT_EQ(out.size(), 2u * 256u);
-  float second[4];
-  std::memcpy(second, out.data() + 256 + 240, sizeof second);
-  EXPECT_EQ(second[0], 2.0f);
-  EXPECT_EQ(second[3], 8.0f);
+  // Three records of 240 + 4 x 4 bytes; trace 3 was written as 3, 6, 9, 12.
+  std::vector<uint8_t> out = test::ReadBytes(dir / "out.su");
+  ASSERT_EQ(out.size(), 3u * 256u);
+  EXPECT_EQ(Sample(out, 4, 3, 2), 9.0f);
+  EXPECT_EQ(Sample(out, 4, 3, 3), 0.0f);
+  EXPECT_EQ(Word(out, 4, 3, "ns"), 4);
+
+  // Cut inside trace 3's descriptor: that trace is lost, the others kept.
+  const Seg2File whole = [&] {
+    BinaryFile f = BinaryFile::OverMemory(good, "good.dat");
+    return ReadSeg2(f);
+  }();
+  const auto keep = static_cast<std::ptrdiff_t>(whole.traces[2].descriptorOffset + 20);
+  test::WriteBytes(dir / "lost.dat", std::vector<uint8_t>(good.begin(), good.begin() + keep));
+  const ProgramRun lost = RunCommand(dir, kBin + "/seg2su -o " + dir / "out.su " + dir / "lost.dat");
+  EXPECT_EQ(lost.status, 1);
+  EXPECT_NE(lost.err.find("lost.dat: file cut short at " + std::to_string(keep) +
+                          " bytes: 1 of its 3 traces lost, the 2 complete ones kept"),
+            std::string::npos)
+      << lost.err;
+  EXPECT_NE(lost.err.find("; 1 trace lost in files cut short\n"), std::string::npos) << lost.err;
+  EXPECT_EQ(test::ReadBytes(dir / "out.su").size(), 2u * 256u);
+}
+
+TEST(Seg2SuProgram, PointersNamingOneTraceAgainAndAgainWriteNothing) {
+  TempDir dir;
+  // 2000 pointers, all to the one trace: once gigabytes of copies.
+  Seg2WriteTrace one;
+  one.samples.assign(1000, 1.5);
+  std::vector<uint8_t> bytes = MakeSeg2({}, {one}, 4, false);
+  const Seg2File whole = [&] {
+    BinaryFile f = BinaryFile::OverMemory(bytes, "x");
+    return ReadSeg2(f);
+  }();
+  constexpr size_t kCount = 2000;
+  std::vector<uint8_t> hostile(32 + 4 * kCount, 0);
+  std::copy(bytes.begin(), bytes.begin() + 32, hostile.begin());
+  PutLE16(hostile.data() + 4, static_cast<int16_t>(4 * kCount));
+  PutLE16(hostile.data() + 6, static_cast<int16_t>(kCount));
+  const int64_t shift = static_cast<int64_t>(hostile.size()) - whole.traces[0].descriptorOffset;
+  hostile.insert(hostile.end(), bytes.begin() + whole.traces[0].descriptorOffset, bytes.end());
+  for (size_t t = 0; t < kCount; ++t) {
+    PutLE32(hostile.data() + 32 + 4 * t, static_cast<int32_t>(whole.traces[0].descriptorOffset + shift));
+  }
+  test::WriteBytes(dir / "copies.dat", hostile);
+  const ProgramRun r = RunCommand(dir, kBin + "/seg2su -o " + dir / "out.su " + dir / "copies.dat");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("copies.dat: the pointers of traces 1 and 2 both name byte"), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("nothing written to"), std::string::npos) << r.err;
+  EXPECT_FALSE(std::filesystem::exists(dir / "out.su"));
 }
 
 TEST(Seg2SuProgram, SaysWhatAFileThatIsNotSeg2LooksLike) {

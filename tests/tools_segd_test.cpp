@@ -69,8 +69,12 @@ TEST(ToolsSegdRead, CutAndDamagedRealRecord) {
     EXPECT_EQ(run.status, 1) << keep;
     EXPECT_NE(run.err.find("cut.sgd"), std::string::npos) << keep << ": " << run.err;
   }
-  // Cut inside the last trace: the whole traces before it are kept.
-  EXPECT_EQ(ReadSu(dir / "out.su").size(), 83u);
+  // Cut inside the last trace: the whole traces before it are kept, and it
+  // too, padded to the record's 2001 samples.
+  const auto cut = ReadSu(dir / "out.su");
+  ASSERT_EQ(cut.size(), 84u);
+  EXPECT_EQ(cut[83].samples.size(), 2001u);
+  EXPECT_EQ(cut[83].samples[2000], 0.0f);
 
   uint32_t seed = 7;
   for (int round = 0; round < 30; ++round) {
@@ -218,6 +222,110 @@ TEST(ToolsSegdRead, EverySampleFormat) {
   ASSERT_EQ(su.size(), 3u);
   EXPECT_EQ(GetWord(su[0].header.data(), SuWordNamed("tracf")), 99999);
   EXPECT_EQ(GetWord(su[1].header.data(), SuWordNamed("tracf")), 2);
+}
+
+// Float samples of 8058, trace by trace: trace c holds 100 c + i.
+std::vector<uint8_t> Float8058(int ns, int c) {
+  std::vector<uint8_t> out;
+  for (int i = 0; i < ns; ++i) {
+    uint8_t word[4];
+    PutBE32u(word, FloatBits(float(100 * c + i)));
+    out.insert(out.end(), word, word + 4);
+  }
+  return out;
+}
+
+// MakeSegd's record with each seismic trace's own samples (aux gets c = 0).
+std::vector<uint8_t> DistinctSegd(int ns, int channels) {
+  auto f = MakeSegd(8058, Float8058(ns, 0), ns, channels);
+  const size_t trace = 20 + 32 + 4 * size_t(ns);
+  for (int c = 1; c <= channels; ++c) {
+    const auto samples = Float8058(ns, c);
+    std::copy(samples.begin(), samples.end(), f.begin() + std::ptrdiff_t(128 + size_t(c) * trace + 52));
+  }
+  return f;
+}
+
+TEST(ToolsSegdRead, ATraceCutShortIsPaddedToTheLengthOfItsChannelSet) {
+  TempDir dir;
+  constexpr int kNs = 17;  // the channel set's span is 16 samples, or 17
+  const size_t trace = 20 + 32 + 4 * kNs;
+  const auto whole = DistinctSegd(kNs, 3);
+  const std::string tool = "'" + Bin("segdread") + "' tape=";
+  auto samplesOf = [](const SuTrace& t, size_t i) { return t.samples.at(i); };
+
+  // One sample short at the end of the file: 16 samples would fit the span
+  // too, but the set's first trace said 17, so the trace is padded.
+  WriteBytes(dir / "end.sgd", std::vector<uint8_t>(whole.begin(), whole.end() - 4));
+  ToolRun run = RunIn(dir.Str(), tool + "end.sgd > out.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("end.sgd: record 1: trace 3 is cut short (64 of 68 sample bytes): padded with zeros"),
+            std::string::npos)
+      << run.err;
+  EXPECT_NE(run.err.find("1 record(s), 3 traces written (1 of them cut short and padded with zeros)"),
+            std::string::npos)
+      << run.err;
+  auto su = ReadSu(dir / "out.su");
+  ASSERT_EQ(su.size(), 3u);
+  for (const auto& t : su) EXPECT_EQ(GetLE16(t.header.data() + 114), kNs);
+  EXPECT_EQ(samplesOf(su[2], 15), 315.0f);
+  EXPECT_EQ(samplesOf(su[2], 16), 0.0f);
+
+  // Two samples missing inside the record: the next header comes early,
+  // is found there, and the traces behind it are read whole.
+  const auto secondEnd = std::ptrdiff_t(128 + 3 * trace);
+  std::vector<uint8_t> middle(whole.begin(), whole.begin() + secondEnd - 8);
+  middle.insert(middle.end(), whole.begin() + secondEnd, whole.end());
+  WriteBytes(dir / "middle.sgd", middle);
+  run = RunIn(dir.Str(), tool + "middle.sgd > out.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("middle.sgd: record 1: trace 2 is cut short (60 of 68 sample bytes): padded with zeros"),
+            std::string::npos)
+      << run.err;
+  su = ReadSu(dir / "out.su");
+  ASSERT_EQ(su.size(), 3u);
+  for (const auto& t : su) ASSERT_EQ(t.samples.size(), size_t(kNs));
+  EXPECT_EQ(samplesOf(su[1], 14), 214.0f);
+  EXPECT_EQ(samplesOf(su[1], 15), 0.0f);
+  EXPECT_EQ(samplesOf(su[1], 16), 0.0f);
+  for (size_t i = 0; i < size_t(kNs); ++i) EXPECT_EQ(samplesOf(su[2], i), float(300 + i));
+  EXPECT_EQ(GetWord(su[2].header.data(), SuWordNamed("tracf")), 3);
+
+  // The file ends between two traces: what came before is written, the
+  // missing trace is said.
+  WriteBytes(dir / "gone.sgd", std::vector<uint8_t>(whole.begin(), whole.end() - std::ptrdiff_t(trace)));
+  run = RunIn(dir.Str(), tool + "gone.sgd > out.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("gone.sgd: the file ends in record 1 after 3 of its 4 traces"), std::string::npos) << run.err;
+  EXPECT_EQ(ReadSu(dir / "out.su").size(), 2u);
+
+  // The whole record is quiet and ends 0.
+  WriteBytes(dir / "whole.sgd", whole);
+  run = RunIn(dir.Str(), tool + "whole.sgd > out.su");
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.err.find("cut short"), std::string::npos) << run.err;
+}
+
+TEST(ToolsSegdRead, EmptyTraceHeadersCannotClaimMoreZerosThanTheFileHolds) {
+  TempDir dir;
+  constexpr int kNs = 1005;  // 0 to 502 ms at 0.5 ms
+  constexpr int kChannels = 99;
+  const size_t trace = 20 + 32 + 4 * kNs;
+  const auto full = MakeSegd(8058, Float8058(kNs, 1), kNs, kChannels);
+  // The aux trace and seismic trace 1 whole; then 98 headers with no samples.
+  std::vector<uint8_t> hostile(full.begin(), full.begin() + std::ptrdiff_t(128 + 2 * trace));
+  for (int c = 2; c <= kChannels; ++c) {
+    const auto at = full.begin() + std::ptrdiff_t(128 + size_t(c) * trace);
+    hostile.insert(hostile.end(), at, at + 52);
+  }
+  WriteBytes(dir / "hostile.sgd", hostile);
+  const ToolRun run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=hostile.sgd > out.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("hostile.sgd: more traces cut short than the file can hold"), std::string::npos) << run.err;
+  // Padding stops once it passes the file's size.
+  const auto out = ReadBytes(dir / "out.su");
+  EXPECT_LE(out.size(), 2 * (hostile.size() + 2 * (240 + 4 * size_t(kNs))));
+  EXPECT_EQ(out.size() % (240 + 4 * size_t(kNs)), 0u);
 }
 
 // A SEG-D rev 3 record: three general headers, channel sets of three blocks

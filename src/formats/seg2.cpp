@@ -111,17 +111,19 @@ Terminator ReadTerminator(const uint8_t* fixed, std::vector<std::string>& notes)
   return term;
 }
 
-Seg2Trace ReadTraceDescriptor(BinaryFile& source, const Seg2File& file, int64_t pointer, size_t index,
-                              const Terminator& term, std::vector<std::string>& notes) {
+// tableEnd: where the trace pointer table ends; no trace block lies before.
+Seg2Trace ReadTraceDescriptor(BinaryFile& source, const Seg2File& file, int64_t pointer, int64_t tableEnd,
+                              size_t index, const Terminator& term, std::vector<std::string>& notes) {
   const std::string& name = file.name;
   const std::string which = "trace " + std::to_string(index + 1);
-  if (pointer >= kFixedPart && pointer + kFixedPart > source.Size()) {
+  if (pointer < tableEnd) {
+    Fail(name, which + ": its pointer names byte " + std::to_string(pointer) +
+                   ", inside the file descriptor and pointer table (which end at byte " + std::to_string(tableEnd) +
+                   "): a damaged pointer table");
+  }
+  if (pointer + kFixedPart > source.Size()) {
     throw Seg2CutShort(name + ": " + which + ": its descriptor at byte " + std::to_string(pointer) +
                        " lies past the end of the file of " + std::to_string(source.Size()) + " bytes");
-  }
-  if (pointer < kFixedPart) {
-    Fail(name, which + ": its descriptor at byte " + std::to_string(pointer) +
-                   " lies outside the file of " + std::to_string(source.Size()) + " bytes (file cut short?)");
   }
   uint8_t fixed[kFixedPart];
   source.Read(pointer, fixed, sizeof fixed);
@@ -148,10 +150,15 @@ Seg2Trace ReadTraceDescriptor(BinaryFile& source, const Seg2File& file, int64_t 
   trace.samples = static_cast<int32_t>(samples);
   trace.dataOffset = pointer + trace.descriptorBytes;
   const int64_t needed = Seg2SampleBytes(trace.format, trace.samples);
-  if (trace.dataOffset + needed > source.Size()) {
-    throw Seg2CutShort(name + ": " + which + ": its " + std::to_string(trace.samples) + " samples end at byte " +
-                       std::to_string(trace.dataOffset + needed) + ", past the end of the file (" +
-                       std::to_string(source.Size()) + " bytes): file cut short");
+  if (trace.dataOffset > source.Size()) {
+    throw Seg2CutShort(name + ": " + which + ": its descriptor ends at byte " + std::to_string(trace.dataOffset) +
+                       ", past the end of the file (" + std::to_string(source.Size()) + " bytes): file cut short");
+  }
+  // The end of the file may cut through the samples: those there are kept.
+  trace.presentBytes = std::min(needed, source.Size() - trace.dataOffset);
+  if (trace.presentBytes < needed) {
+    notes.push_back(which + " cut short by the end of the file: " + std::to_string(trace.presentBytes) + " of its " +
+                    std::to_string(needed) + " sample bytes there, the rest padded with zeros");
   }
   if (trace.dataBytes < needed) {
     notes.push_back(which + ": data block size " + std::to_string(trace.dataBytes) + " below the " +
@@ -160,6 +167,48 @@ Seg2Trace ReadTraceDescriptor(BinaryFile& source, const Seg2File& file, int64_t 
   const std::vector<uint8_t> block = ReadRange(source, pointer + kFixedPart, trace.descriptorBytes - kFixedPart);
   trace.strings = ParseStrings(block, file.bigEndian, term, notes, which);
   return trace;
+}
+
+// Pointers that name one block twice would make copies of one trace: a
+// 200 KB file could claim 65535 traces. Refused before any descriptor is read.
+void RefuseRepeatedPointers(const std::string& name, const std::vector<int64_t>& pointers) {
+  std::vector<std::pair<int64_t, size_t>> sorted;
+  sorted.reserve(pointers.size());
+  for (size_t k = 0; k < pointers.size(); ++k) sorted.emplace_back(pointers[k], k);
+  std::sort(sorted.begin(), sorted.end());
+  for (size_t k = 1; k < sorted.size(); ++k) {
+    if (sorted[k].first == sorted[k - 1].first) {
+      Fail(name, "the pointers of traces " + std::to_string(sorted[k - 1].second + 1) + " and " +
+                     std::to_string(sorted[k].second + 1) + " both name byte " + std::to_string(sorted[k].first) +
+                     ": a damaged pointer table; refused rather than writing one trace twice");
+    }
+  }
+}
+
+// Blocks (descriptor and samples) that overlap are the same bytes read as
+// two traces: refused as repeated pointers are.
+void RefuseOverlaps(const std::string& name, const std::vector<Seg2Trace>& traces) {
+  struct Block {
+    int64_t begin, end;
+    size_t trace;
+  };
+  std::vector<Block> blocks;
+  blocks.reserve(traces.size());
+  for (size_t k = 0; k < traces.size(); ++k) {
+    const Seg2Trace& t = traces[k];
+    blocks.push_back({t.descriptorOffset, t.dataOffset + Seg2SampleBytes(t.format, t.samples), k});
+  }
+  std::sort(blocks.begin(), blocks.end(), [](const Block& a, const Block& b) { return a.begin < b.begin; });
+  for (size_t k = 1; k < blocks.size(); ++k) {
+    const Block& a = blocks[k - 1];
+    const Block& b = blocks[k];
+    if (b.begin < a.end) {
+      Fail(name, "the blocks of traces " + std::to_string(a.trace + 1) + " (bytes " + std::to_string(a.begin) +
+                     " to " + std::to_string(a.end) + ") and " + std::to_string(b.trace + 1) + " (from byte " +
+                     std::to_string(b.begin) + ") overlap: a damaged pointer table or descriptor; refused rather "
+                     "than writing the same bytes twice");
+    }
+  }
 }
 
 }  // namespace
@@ -250,6 +299,7 @@ Seg2File ReadSeg2(BinaryFile& source) {
   const std::vector<uint8_t> table = ReadRange(source, kFixedPart, 4 * count);
   std::vector<int64_t> pointers(static_cast<size_t>(count));
   for (size_t k = 0; k < pointers.size(); ++k) pointers[k] = Get32(table.data() + 4 * k, file.bigEndian);
+  RefuseRepeatedPointers(name, pointers);
 
   // The file strings run from the end of the pointer block to the first trace.
   const int64_t stringsStart = kFixedPart + pointerBytes;
@@ -262,23 +312,38 @@ Seg2File ReadSeg2(BinaryFile& source) {
   std::string firstLost;
   for (size_t k = 0; k < pointers.size(); ++k) {
     try {
-      file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], k, term, file.notes));
+      const int64_t tableEnd = kFixedPart + 4 * count;
+      file.traces.push_back(ReadTraceDescriptor(source, file, pointers[k], tableEnd, k, term, file.notes));
     } catch (const Seg2CutShort& e) {
       // A record cut short in the field: its complete traces are still data.
       if (file.lostTraces++ == 0) firstLost = e.what();
     }
   }
   if (file.traces.empty()) throw Seg2CutShort(firstLost);
+  RefuseOverlaps(name, file.traces);
+  for (const Seg2Trace& t : file.traces) {
+    if (t.presentBytes < Seg2SampleBytes(t.format, t.samples)) ++file.cutTraces;
+  }
   if (file.lostTraces > 0) {
+    // Blocks don't overlap, so the end of the file cuts through one at most.
+    const size_t whole = file.traces.size() - size_t(file.cutTraces);
+    std::string kept = "the " + std::to_string(whole) + " complete ones kept";
+    if (file.cutTraces > 0) {
+      const std::string cut = "the one the end cuts through";
+      kept = whole == 0 ? cut + " kept, padded" : kept + " and " + cut + " padded";
+    }
     file.notes.push_back("file cut short at " + std::to_string(source.Size()) + " bytes: " +
-                         std::to_string(file.lostTraces) + " of its " + std::to_string(count) +
-                         " traces lost, the " + std::to_string(file.traces.size()) + " complete ones kept");
+                         std::to_string(file.lostTraces) + " of its " + std::to_string(count) + " traces lost, " +
+                         kept);
   }
   return file;
 }
 
 void ReadSeg2Trace(BinaryFile& source, const Seg2File& file, const Seg2Trace& trace, float* out) {
-  const std::vector<uint8_t> data = ReadRange(source, trace.dataOffset, Seg2SampleBytes(trace.format, trace.samples));
+  const int64_t needed = Seg2SampleBytes(trace.format, trace.samples);
+  std::vector<uint8_t> data(static_cast<size_t>(needed), 0);
+  const int64_t present = std::clamp<int64_t>(trace.presentBytes, 0, needed);
+  if (present > 0) source.Read(trace.dataOffset, data.data(), static_cast<size_t>(present));
   DecodeSeg2Samples(data.data(), trace.format, file.bigEndian, trace.samples, out);
 }
 

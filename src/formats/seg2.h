@@ -69,6 +69,9 @@ struct Seg2Trace {
   int64_t dataBytes = 0;        // Y as written
   int32_t samples = 0;          // NS
   int format = 0;               // 1..5
+  // Sample bytes the file holds: fewer than Seg2SampleBytes for the trace
+  // that the end of a file cut short, whose missing samples read as zeros.
+  int64_t presentBytes = 0;
   std::vector<Seg2String> strings;
 
   const std::string* Find(std::string_view key) const { return FindSeg2Value(strings, key); }
@@ -82,6 +85,7 @@ struct Seg2File {
   std::vector<Seg2Trace> traces;
   std::vector<std::string> notes;   // oddities that did not stop the reading
   int lostTraces = 0;               // traces left out of a file cut short
+  int cutTraces = 0;                // traces kept with samples missing
 
   const std::string* Find(std::string_view key) const { return FindSeg2Value(strings, key); }
 };
@@ -89,12 +93,14 @@ struct Seg2File {
 // Whether the bytes begin like a SEG-2 file (cheap, never throws).
 bool LooksLikeSeg2(std::span<const uint8_t> firstBytes);
 
-// Reads the descriptors of every trace and checks that each data block lies
-// inside the file; only the descriptors are read, never the samples. A file
-// cut short keeps its complete traces; the others are counted in lostTraces
-// and noted. Throws Seg2Error naming the file on anything that is not a
-// readable SEG-2 file, or one with no complete trace. The reader checks
-// every range against the file's size before it reads.
+// Reads the descriptors of every trace; only the descriptors are read,
+// never the samples. A file cut short keeps its traces whose descriptor is
+// whole (the one the end cuts through has its presentBytes, counted in
+// cutTraces); those past the end are counted in lostTraces; both are noted.
+// Throws Seg2Error naming the file on anything that is not a readable SEG-2
+// file, on trace pointers that repeat or whose blocks overlap (the traces
+// would be copies of each other), or on a file with no trace left. The
+// reader checks every range against the file's size before it reads.
 Seg2File ReadSeg2(BinaryFile& source);
 
 // What a file that is not SEG-2 looks like, from its first bytes (up to
@@ -102,7 +108,7 @@ Seg2File ReadSeg2(BinaryFile& source);
 std::string DescribeNotSeg2(std::span<const uint8_t> firstBytes, int64_t size);
 
 // The samples of one trace of a file read by ReadSeg2; out has room for
-// trace.samples values.
+// trace.samples values. Samples missing from a trace cut short are zeros.
 void ReadSeg2Trace(BinaryFile& source, const Seg2File& file, const Seg2Trace& trace, float* out);
 
 // Bytes that NS samples of a format take; 0 for an unknown format.

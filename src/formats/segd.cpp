@@ -159,6 +159,9 @@ struct ChannelSet {
   int64_t endMs = 0;
   int dtUs = 0;
   int64_t ns = 0;  // given by rev 3 descriptors
+  // Worked out from the time span at the set's first trace of the record;
+  // its other traces have the same count, so one cut short is padded.
+  int64_t spanNs = 0;
 };
 
 struct Record {
@@ -267,20 +270,14 @@ Record ReadRecordHeaders(const Bytes& file, size_t start) {
   return rec;
 }
 
-// Samples per trace: the channel set says it in rev 3, the trace header
-// extension from rev 2 on; else the channel set's time span, checked against
-// where the next trace starts.
-int64_t TraceSamples(const Bytes& file, const Record& rec, const ChannelSet& set, size_t trace, int extensions) {
-  if (set.ns > 0) return set.ns;
-  if (extensions >= 1) {
-    const uint8_t* ext = file.At(trace + 20, kBlock, "trace header extension");
-    const int64_t ns = GetBE24u(ext + 7);
-    if (ns > 0) return ns;
-  }
+// The samples a channel set's time span gives, checked against where the
+// next trace starts: the span, or one more when the end time is a sample.
+int64_t SpanSamples(const Bytes& file, const Record& rec, const ChannelSet& set, size_t trace, int extensions) {
   if (set.dtUs <= 0) throw SegdError(file.name + ": no sample interval in the general header");
   const int64_t span = (set.endMs - set.startMs) * 1000 / set.dtUs;
   const size_t samplesAt = trace + 20 + size_t(extensions) * kBlock;
   for (const int64_t ns : {span + 1, span}) {
+    if (ns <= 0) continue;
     const size_t next = samplesAt + size_t(SampleBytes(*rec.codec, ns));
     if (next == file.Size()) return ns;
     if (next + 2 <= file.Size()) {
@@ -291,6 +288,58 @@ int64_t TraceSamples(const Bytes& file, const Record& rec, const ChannelSet& set
     }
   }
   return span;
+}
+
+// Samples per trace: the channel set says it in rev 3, the trace header
+// extension from rev 2 on; else the channel set's time span, worked out at
+// the set's first trace and kept for the others.
+int64_t TraceSamples(const Bytes& file, const Record& rec, ChannelSet& set, size_t trace, int extensions) {
+  if (set.ns > 0) return set.ns;
+  if (extensions >= 1) {
+    const uint8_t* ext = file.At(trace + 20, kBlock, "trace header extension");
+    const int64_t ns = GetBE24u(ext + 7);
+    if (ns > 0) return ns;
+  }
+  if (set.spanNs <= 0) set.spanNs = SpanSamples(file, rec, set, trace, extensions);
+  return set.spanNs;
+}
+
+// The key of rec.sets that a trace header names: scan type and channel set
+// (past 99 in the extended set number).
+int SetKey(const uint8_t* th) {
+  int setNumber = Bcd(th + 3, 2);
+  if (setNumber < 0) setNumber = GetBE16u(th + 15);
+  return std::max(0, Bcd(th + 2, 2)) * 100000 + setNumber;
+}
+
+// Whether the 20 bytes at p can be a trace header of the record of `th`:
+// the same file number and a channel set the record describes.
+bool LooksLikeHeader(const Record& rec, const uint8_t* th, const uint8_t* p) {
+  return p[0] == th[0] && p[1] == th[1] && rec.sets.count(SetKey(p)) != 0;
+}
+
+// Where the trace header after `th` stands when it is not where the trace's
+// length puts it (`expected`): a trace cut short inside a record lets the
+// next header come early. Looked for back from `expected`, at whole groups
+// of samples, as the next trace number (or the first of another set); 0
+// when not found.
+size_t EarlyNextHeader(const Bytes& file, const Record& rec, const uint8_t* th, size_t samplesAt, size_t expected) {
+  const int current = Bcd(th + 4, 4);
+  if (current < 0) return 0;
+  const size_t step = size_t(rec.codec->bitsPerGroup / 8);
+  const size_t end = std::min(expected + 20, file.Size());
+  if (end < samplesAt + 20) return 0;
+  std::vector<uint8_t> span(end - samplesAt);
+  file.file.Read(static_cast<int64_t>(samplesAt), span.data(), span.size());
+  for (size_t back = step; back <= expected - samplesAt; back += step) {
+    const size_t at = expected - back;
+    if (at + 20 > end) continue;
+    const uint8_t* p = span.data() + (at - samplesAt);
+    if (!LooksLikeHeader(rec, th, p)) continue;
+    const int number = Bcd(p + 4, 4);
+    if (SetKey(p) == SetKey(th) ? number == current + 1 : number == 1) return at;
+  }
+  return 0;
 }
 
 }  // namespace
@@ -316,6 +365,9 @@ struct SegdReader::State {
   const SegdCodec* codec = nullptr;
   size_t samplesAt = 0;
   int64_t ns = 0;
+  size_t present = 0;
+  int cutTraces = 0;
+  size_t padded = 0;  // zeros standing for samples cut off, over the file
   std::vector<uint8_t> raw;
 };
 
@@ -351,17 +403,19 @@ bool SegdReader::Next(SegdTrace& out) {
       if (s.at < size && size - s.at < size_t(kBlock)) s.at = size;
       continue;
     }
-    const Record& rec = s.rec;
+    Record& rec = s.rec;
     const size_t at = s.at;
+    if (at >= size) {
+      throw SegdError(s.name + ": the file ends in record " + std::to_string(s.records) + " after " +
+                      std::to_string(s.traceIndex) + " of its " + std::to_string(rec.traceCount) + " traces");
+    }
     const uint8_t* th = file.At(at, 20, "trace header");
-    int setNumber = Bcd(th + 3, 2);
-    if (setNumber < 0) setNumber = GetBE16u(th + 15);
-    const auto found = rec.sets.find(std::max(0, Bcd(th + 2, 2)) * 100000 + setNumber);
+    const auto found = rec.sets.find(SetKey(th));
     if (found == rec.sets.end()) {
       throw SegdError(s.name + ": trace header at byte " + std::to_string(at) + " names channel set " +
-                      std::to_string(setNumber) + ", which the record does not describe");
+                      std::to_string(SetKey(th) % 100000) + ", which the record does not describe");
     }
-    const ChannelSet& set = found->second;
+    ChannelSet& set = found->second;
     const int extensions = th[9];
     const int bcdTraceNumber = Bcd(th + 4, 4);
     const int64_t ns = TraceSamples(file, rec, set, at, extensions);
@@ -370,15 +424,40 @@ bool SegdReader::Next(SegdTrace& out) {
                       " samples; an SU trace holds 1 to 65535");
     }
     const size_t samplesAt = at + 20 + size_t(extensions) * kBlock;
-    file.Check(samplesAt, size_t(SampleBytes(*rec.codec, ns)), "trace samples");
+    const auto bytes = size_t(SampleBytes(*rec.codec, ns));
+    // A trace cut short keeps the samples that are there: by the end of the
+    // file, or inside the record by the next trace header coming early.
+    size_t present = samplesAt >= size ? 0 : std::min(bytes, size - samplesAt);
+    size_t next = samplesAt + bytes;
+    const bool moreInRecord = s.traceIndex + 1 < rec.traceCount;
+    if (present == bytes && moreInRecord && next + 20 <= size) {
+      uint8_t there[20];
+      file.file.Read(static_cast<int64_t>(next), there, sizeof there);
+      if (!LooksLikeHeader(rec, th, there)) {
+        if (const size_t early = EarlyNextHeader(file, rec, th, samplesAt, next)) {
+          present = early - samplesAt;
+          next = early;
+        }
+      }
+    }
+    if (present < bytes) {
+      // Padding is bounded by what the file holds: a record of empty trace
+      // headers can't claim gigabytes of zeros.
+      s.padded += bytes - present;
+      if (++s.cutTraces > 1 && s.padded > size) {
+        throw SegdError(s.name + ": more traces cut short than the file can hold (at byte " + std::to_string(at) +
+                        "): too damaged to read on");
+      }
+    }
     // Trace numbers past 9999 stand in the first extension (rev 2).
     int64_t traceNumber = bcdTraceNumber;
     if (traceNumber < 0 && extensions >= 1) traceNumber = GetBE24u(file.At(at + 20, kBlock, "trace header extension") + 21);
-    s.at = samplesAt + size_t(SampleBytes(*rec.codec, ns));
+    s.at = std::min(next, size);
     ++s.traceIndex;
     s.codec = rec.codec;
     s.samplesAt = samplesAt;
     s.ns = ns;
+    s.present = present;
 
     out = SegdTrace{};
     out.record = s.records;
@@ -395,24 +474,37 @@ bool SegdReader::Next(SegdTrace& out) {
     out.headerOffset = static_cast<int64_t>(at);
     out.samplesOffset = static_cast<int64_t>(samplesAt);
     out.formatCode = rec.codec->code;
+    out.sampleBytes = static_cast<int64_t>(bytes);
+    out.presentBytes = static_cast<int64_t>(present);
     return true;
   }
 }
 
+namespace {
+// Decodes the samples at `offset` of which only `present` bytes are in the
+// file; the others read as zeros, which every format decodes to 0.
+void DecodeFrom(BinaryFile& file, const SegdCodec& codec, int64_t offset, int64_t ns, int64_t present,
+                std::vector<uint8_t>& raw, float* out) {
+  const auto bytes = static_cast<size_t>(SampleBytes(codec, ns));
+  raw.resize(bytes + 1);
+  const auto take = static_cast<size_t>(std::clamp<int64_t>(present, 0, int64_t(bytes)));
+  if (take > 0) file.Read(offset, raw.data(), take);
+  std::fill(raw.begin() + std::ptrdiff_t(take), raw.end(), 0);
+  Decode(codec, raw.data(), ns, out);
+}
+}  // namespace
+
 void SegdReader::ReadSamples(float* out) {
   State& s = *state_;
   if (s.codec == nullptr) return;
-  s.raw.resize(static_cast<size_t>(SampleBytes(*s.codec, s.ns)) + 1);
-  s.file.Read(static_cast<int64_t>(s.samplesAt), s.raw.data(), s.raw.size() - 1);
-  Decode(*s.codec, s.raw.data(), s.ns, out);
+  DecodeFrom(s.file, *s.codec, static_cast<int64_t>(s.samplesAt), s.ns, static_cast<int64_t>(s.present), s.raw, out);
 }
 
 void SegdReader::ReadSamplesOf(const SegdTrace& trace, float* out) {
   const SegdCodec* codec = FindCodec(trace.formatCode);
   if (codec == nullptr || trace.ns <= 0) return;
-  std::vector<uint8_t> raw(static_cast<size_t>(SampleBytes(*codec, trace.ns)) + 1);
-  state_->file.Read(trace.samplesOffset, raw.data(), raw.size() - 1);
-  Decode(*codec, raw.data(), trace.ns, out);
+  std::vector<uint8_t> raw;
+  DecodeFrom(state_->file, *codec, trace.samplesOffset, trace.ns, trace.presentBytes, raw, out);
 }
 
 SuHeader SegdSuHeader(const SegdTrace& trace) {

@@ -30,6 +30,11 @@ struct SegdTrace {
   int64_t headerOffset = 0;   // of its 20-byte trace header
   int64_t samplesOffset = 0;
   int formatCode = 0;
+  // Sample bytes the trace should have and those the file holds: fewer for
+  // a trace cut short, whose missing samples read as zeros.
+  int64_t sampleBytes = 0;
+  int64_t presentBytes = 0;
+  bool CutShort() const { return presentBytes < sampleBytes; }
 };
 
 class SuHeader;
@@ -50,8 +55,11 @@ class SegdReader {
   SegdReader& operator=(const SegdReader&) = delete;
 
   // The next trace, auxiliary ones included; false at the end of the file.
-  // Throws SegdError naming the file for what can't be read; the traces
-  // given before stay good.
+  // A trace cut short (by the end of the file, or by the next trace header
+  // coming early) is given with CutShort(); within a record every trace of
+  // a channel set has the sample count of the set's first one. Throws
+  // SegdError naming the file for what can't be read; the traces given
+  // before stay good.
   bool Next(SegdTrace& trace);
   // The samples of the trace Next gave last; out has room for its ns.
   void ReadSamples(float* out);

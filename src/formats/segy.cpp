@@ -379,6 +379,10 @@ SegyLayout ReadSegyLayout(BinaryFile& file, const SegyOptions& options,
   layout.formatCode = fileCode;
   if (options.format) {
     if (over == 1) {
+      // The code is a 16-bit word: a wider number must not wrap onto a known one.
+      if (*options.format < -32768 || *options.format > 32767) {
+        throw SegyError("format=" + std::to_string(*options.format) + " is not a sample format we read");
+      }
       layout.formatCode = static_cast<int>(*options.format);
     } else {
       note("format= is taken only with over=1; the binary header's code " + std::to_string(fileCode) + " is used");
@@ -415,18 +419,35 @@ SegyLayout ReadSegyLayout(BinaryFile& file, const SegyOptions& options,
     layout.extraHeaders = extra < 1000 ? extra : 0;
   }
 
-  layout.ns = Get16(bin + bin::kNs, big);
-  if (layout.ns == 0 && layout.revision >= 2) layout.ns = static_cast<int32_t>(Get32(bin + bin::kExtNs, big));
-  if (layout.ns <= 0 && layout.firstTrace + kTraceHeaderBytes <= size) {
+  // The count and where it came from, so that a refusal names the header
+  // that gave it rather than blaming a parameter nobody typed.
+  int64_t ns = Get16(bin + bin::kNs, big);
+  std::string nsFrom = "the binary header";
+  if (ns == 0 && layout.revision >= 2) {
+    ns = Get32(bin + bin::kExtNs, big);
+    nsFrom = "the binary header's 32-bit count";
+  }
+  const bool haveTrace = layout.firstTrace + kTraceHeaderBytes <= size;
+  if (ns == 0 && haveTrace) {
     uint8_t header[kTraceHeaderBytes];
-    if (file.Read(layout.firstTrace, header, sizeof header) == sizeof header) layout.ns = Get16(header + 114, big);
+    if (file.Read(layout.firstTrace, header, sizeof header) == sizeof header) ns = Get16(header + 114, big);
+    nsFrom = "the first trace header";
   }
   // ns=0 (a probe that found no count) leaves the count to the headers.
-  if (options.ns && *options.ns > 0) layout.ns = *options.ns;
-  if (layout.ns <= 0) {
-    throw SegyError(tape + ": no samples per trace in the binary header nor in the first trace header; give ns=");
+  if (options.ns && *options.ns > 0) {
+    ns = *options.ns;
+    nsFrom = "ns=";
   }
-  if (layout.ns > 65535) throw SegyError("ns=" + std::to_string(layout.ns) + " is more than an SU trace holds (65535)");
+  if (ns <= 0) {
+    throw SegyError(tape + (haveTrace ? ": no samples per trace in the binary header nor in the first trace header"
+                                      : ": no samples per trace in the binary header, and no trace header behind it") +
+                    "; give ns=");
+  }
+  if (ns > 65535) {
+    throw SegyError(tape + ": " + nsFrom + " gives " + std::to_string(ns) +
+                    " samples per trace, more than an SU trace holds (65535)");
+  }
+  layout.ns = ns;
   layout.dt = Get16(bin + bin::kDt, big);
   layout.traceBytes = kTraceHeaderBytes * (1 + layout.extraHeaders) + layout.ns * layout.format->bytes;
   return layout;

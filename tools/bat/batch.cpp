@@ -297,26 +297,43 @@ int Copy(const std::vector<std::string>& words) {
       append = true;
     }
   }
-  std::ofstream out(destination, std::ios::binary | (append ? std::ios::app : std::ios::trunc));
-  if (!out) {
+  // Plain descriptors, so that a failure says which file and why (a full
+  // disk is not "cannot read").
+  const int out = open(destination.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_TRUNC), 0644);
+  if (out < 0) {
     Say("copy: " + destination + ": cannot write: " + std::strerror(errno));
     return 1;
   }
   std::vector<char> buffer(size_t(1) << 20);
-  for (size_t i = append ? 1 : 0; i < files.size(); ++i) {
-    std::ifstream in(files[i], std::ios::binary);
-    if (!in) {
-      Say("copy: " + files[i] + ": cannot read");
-      return 1;
+  std::string failure;
+  for (size_t i = append ? 1 : 0; i < files.size() && failure.empty(); ++i) {
+    const int in = open(files[i].c_str(), O_RDONLY | O_CLOEXEC);
+    if (in < 0) {
+      failure = "copy: " + files[i] + ": cannot read: " + std::strerror(errno);
+      break;
     }
-    while (in) {
-      in.read(buffer.data(), std::streamsize(buffer.size()));
-      out.write(buffer.data(), in.gcount());
+    for (;;) {
+      const ssize_t got = read(in, buffer.data(), buffer.size());
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0) failure = "copy: " + files[i] + ": cannot read: " + std::strerror(errno);
+      if (got <= 0) break;
+      for (ssize_t done = 0; done < got && failure.empty();) {
+        errno = 0;
+        const ssize_t w = write(out, buffer.data() + done, size_t(got - done));
+        if (w < 0 && errno == EINTR) continue;
+        if (w <= 0) {
+          const char* why = errno != 0 ? std::strerror(errno) : "nothing more was taken";
+          failure = "copy: " + destination + ": cannot write: " + why;
+        }
+        done += std::max<ssize_t>(w, 0);
+      }
+      if (!failure.empty()) break;
     }
+    close(in);
   }
-  out.close();
-  if (!out) {
-    Say("copy: " + destination + ": write failed");
+  if (close(out) != 0 && failure.empty()) failure = "copy: " + destination + ": cannot write: " + std::strerror(errno);
+  if (!failure.empty()) {
+    Say(failure);
     return 1;
   }
   std::cout << "        1 file(s) copied." << std::endl;
@@ -582,9 +599,14 @@ int RunLine(const std::string& rawLine, Options& options, bool& exitRequested) {
     std::string shown;
     for (size_t i = 0; i < stage.words.size(); ++i) shown += (i ? " " : "") + stage.words[i];
     if (!stage.out.empty()) {
-      std::ofstream out(ResolveExisting(stage.out), stage.append ? std::ios::app : std::ios::trunc);
+      const std::string target = ResolveExisting(stage.out);
+      errno = 0;
+      std::ofstream out(target, stage.append ? std::ios::app : std::ios::trunc);
       out << shown << "\r\n";
-      return out ? 0 : 1;
+      out.close();
+      if (out) return 0;
+      Say("echo: " + target + ": cannot write" + (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()));
+      return 1;
     }
     std::cout << shown << std::endl;
     return 0;

@@ -3,6 +3,7 @@
 // from a small window.
 #include <sys/stat.h>
 
+#include <charconv>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -75,12 +76,13 @@ int main(int argc, char** argv) {
       if (arg == "--screenshot") {
         screenshot = value;
       } else {
-        try {
-          options.channel = std::stoi(value);
-        } catch (const std::exception&) {
-          options.channel = 0;
+        // The whole word is the number: "3x" or 4294967297 is refused, not read as 3 or 1.
+        int channel = 0;
+        const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), channel);
+        if (ec != std::errc() || end != value.data() + value.size() || channel < 1 || channel > 65535) {
+          return Usage(arg + " takes a channel number from 1 to 65535, not '" + value + "'");
         }
-        if (options.channel < 1) return Usage(arg + " takes a channel number from 1, not '" + value + "'");
+        options.channel = channel;
       }
     } else if (arg.size() > 1 && arg[0] == '-') {
       return Usage("unknown option " + arg);

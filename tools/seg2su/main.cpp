@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -101,8 +103,10 @@ int List(const std::vector<std::string>& inputs) {
     }
   }
   // A listing lost on a full disk or a closed pipe is said, not passed over.
+  errno = 0;
   if (!(std::cout << std::flush)) {
-    std::cerr << "seg2su: standard output: the listing could not be written\n";
+    std::cerr << "seg2su: standard output: the listing could not be written"
+              << (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()) << '\n';
     return 1;
   }
   return failed == 0 ? 0 : 1;
@@ -138,7 +142,7 @@ int Convert(const Arguments& a) {
   }
   for (const std::string& m : report.messages) std::cerr << "seg2su: " << m << '\n';
   std::cerr << "seg2su: " << Seg2SuSummary(report, out.Name()) << '\n';
-  return report.filesFailed == 0 && report.tracesLost == 0 ? 0 : 1;
+  return report.filesFailed == 0 && report.tracesLost == 0 && report.tracesCut == 0 ? 0 : 1;
 }
 
 }  // namespace

@@ -394,6 +394,7 @@ void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWri
   outputTrace += static_cast<int32_t>(file.traces.size());
   report.traces += static_cast<int64_t>(file.traces.size());
   report.tracesLost += file.lostTraces;
+  report.tracesCut += file.cutTraces;
   Note(report, in.path, notes);
 }
 
@@ -410,6 +411,7 @@ std::string Seg2SuSummary(const Seg2SuReport& r, const std::string& output) {
                      plural(r.filesDone, "file") + " written to " + output;
   if (r.filesFailed > 0) text += "; " + plural(r.filesFailed, "file") + " could not be converted";
   if (r.tracesLost > 0) text += "; " + plural(r.tracesLost, "trace") + " lost in files cut short";
+  if (r.tracesCut > 0) text += "; " + plural(r.tracesCut, "trace") + " cut short, padded with zeros";
   return text;
 }
 

@@ -39,6 +39,7 @@ struct Seg2SuReport {
   int64_t traces = 0;
   int32_t samples = 0;                // ns of the output
   int64_t tracesLost = 0;             // traces of files cut short, left out
+  int64_t tracesCut = 0;              // traces the end of a file cut through, padded
   std::vector<std::string> messages;  // one line each, naming the file
 };
 

@@ -169,7 +169,7 @@ class Seg2SuWindow : public QWidget {
     text[0] = text[0].toUpper();
     text.replace(QStringLiteral("; "), QStringLiteral(".\n"));
     text += QChar('.');
-    const bool lost = report.filesFailed > 0 || report.tracesLost > 0;
+    const bool lost = report.filesFailed > 0 || report.tracesLost > 0 || report.tracesCut > 0;
     QMessageBox box(lost ? QMessageBox::Warning : QMessageBox::Information, kTitle, text, QMessageBox::Ok, this);
     QStringList details;
     for (const std::string& m : report.messages) details << QString::fromStdString(m);

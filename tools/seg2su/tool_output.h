@@ -70,6 +70,8 @@ class ToolOutput {
         if (errno == EINTR) continue;
         Fail();
       }
+      // Nothing taken and no error said: a full device, not a reason to spin.
+      if (done == 0) throw OutputError(Name() + ": cannot write: nothing more was taken");
       p += done;
       n -= static_cast<size_t>(done);
     }

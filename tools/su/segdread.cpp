@@ -30,7 +30,7 @@ const char* kUsage =
 int Main(int argc, char** argv) {
   const Params params("segdread", argc, argv, {"tape", "aux", "verbose", "ns", "buff", "use_stdio", "ptmax"});
   if (!params.Has("tape")) throw ToolError("tape= is missing: give the SEG-D file to read");
-  const bool aux = params.Int("aux", 0) != 0;
+  const bool aux = params.Int("aux", 0, kSwitch) != 0;
   const std::string tape = ResolveExisting(params.Text("tape", ""));
   RequireOutputNotTerminal();
   // A device or a pipe, which has no end to wait for, is refused as
@@ -44,9 +44,19 @@ int Main(int argc, char** argv) {
   Output output;
   std::vector<uint8_t> su;
   std::vector<float> values;
-  int64_t written = 0;
+  int64_t written = 0, cut = 0;
+  int status = 0;
   SegdTrace trace;
-  while (reader.Next(trace)) {
+  for (;;) {
+    try {
+      if (!reader.Next(trace)) break;
+    } catch (const SegdError& e) {
+      // What came before the fault is written; the fault is said.
+      if (reader.Records() == 0) throw;
+      Note(e.what());
+      status = kDamagedInput;
+      break;
+    }
     if (trace.channelType != 1 && !aux) continue;
     su.assign(size_t(kTraceHeaderBytes + 4 * trace.ns), 0);
     const SuHeader header = SegdSuHeader(trace);
@@ -56,11 +66,18 @@ int Main(int argc, char** argv) {
     for (int64_t i = 0; i < trace.ns; ++i) PutLEFloat(su.data() + kTraceHeaderBytes + 4 * i, values[size_t(i)]);
     output.Write(su.data(), su.size());
     ++written;
+    if (trace.CutShort()) {
+      const int64_t number = trace.traceNumber > 0 ? trace.traceNumber : written;
+      NoteCutTrace(tape + ": record " + std::to_string(trace.record), number, trace.presentBytes, trace.sampleBytes);
+      ++cut;
+      status = kDamagedInput;
+    }
   }
   output.Flush();
-  Note(tape + ": " + std::to_string(reader.Records()) + " record(s), " + std::to_string(written) + " traces written");
+  Note(tape + ": " + std::to_string(reader.Records()) + " record(s), " + std::to_string(written) + " traces written" +
+       (cut > 0 ? " (" + std::to_string(cut) + " of them cut short and padded with zeros)" : std::string()));
   if (written == 0) throw ToolError(tape + ": no seismic trace in the file (aux=1 writes the auxiliary ones)");
-  return 0;
+  return status;
 }
 
 }  // namespace

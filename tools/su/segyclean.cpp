@@ -42,7 +42,7 @@ int Main(int argc, char** argv) {
     // Whatever the pipe holds now: cleaning overlaps with the writer's work.
     const ssize_t got = read(0, block.data() + have, block.size() - have);
     if (got < 0 && errno == EINTR) continue;
-    if (got < 0) throw ToolError(std::string("standard input: read error: ") + std::strerror(errno));
+    if (got < 0) throw ToolError(DescriptorName(0) + ": cannot read: " + std::strerror(errno));
     const bool end = got == 0;
     have += size_t(got);
     size_t at = 0;
@@ -60,18 +60,16 @@ int Main(int argc, char** argv) {
     ++count;
     if (have < size_t(kTraceHeaderBytes)) {
       Note("standard input: trace " + std::to_string(count) + " is cut short in its header (" + std::to_string(have) +
-           " of 240 bytes); not an SU file, or a broken one");
+           " of 240 bytes): not written; not an SU file, or a broken one");
     } else {
       const size_t size = kTraceHeaderBytes + 4 * size_t(static_cast<uint16_t>(GetLE16(block.data() + 114)));
-      Note("standard input: trace " + std::to_string(count) + " is cut short (" +
-           std::to_string(have - kTraceHeaderBytes) + " of " + std::to_string(size - kTraceHeaderBytes) +
-           " sample bytes): padded with zeros");
+      NoteCutTrace("standard input", count, int64_t(have - kTraceHeaderBytes), int64_t(size - kTraceHeaderBytes));
       std::fill(block.begin() + std::ptrdiff_t(have), block.begin() + std::ptrdiff_t(size), 0);
       std::memset(block.data() + 180, 0, 30);
       output.Write(block.data(), size);
     }
     output.Flush();
-    return 1;
+    return kDamagedInput;
   }
   output.Flush();
   if (count == 0) throw ToolError("standard input: no SU trace");

@@ -3,9 +3,12 @@
 // The binary header is little-endian and says IEEE float (code 5), so that
 // header + binary + the SU file, joined as they stand, is a little-endian
 // SEG-Y rev 2 file.
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -79,27 +82,91 @@ std::vector<uint8_t> BinaryHeader(int ns, int dt) {
   return bin;
 }
 
+// What a walk over an SU file found: the first trace's ns and dt (-1 when
+// the file has no trace header), and whether the file ends inside a trace.
+struct Walk {
+  int64_t ns = -1, dt = -1;
+  bool damaged = false;
+};
+
+// Only the ns word of each trace is read: a whole SU file is checked at the
+// cost of one small read a trace.
+Walk WalkSuFile(int fd, int64_t size, const std::string& name, int64_t headerNs) {
+  Walk walk;
+  int64_t at = 0, trace = 0;
+  bool toldLength = false;
+  while (at < size) {
+    ++trace;
+    if (size - at < kTraceHeaderBytes) {
+      Note(name + ": trace " + std::to_string(trace) + " is cut short in its header (" + std::to_string(size - at) +
+           " of 240 bytes); the SEG-Y made with these headers ends there");
+      walk.damaged = true;
+      break;
+    }
+    uint8_t words[4];
+    if (pread(fd, words, sizeof words, at + 114) != ssize_t(sizeof words)) {
+      throw ToolError(name + ": cannot read: " + std::strerror(errno));
+    }
+    const int64_t ns = static_cast<uint16_t>(GetLE16(words));
+    if (trace == 1) {
+      walk.ns = ns;
+      walk.dt = static_cast<uint16_t>(GetLE16(words + 2));
+    }
+    const int64_t expected = headerNs > 0 ? headerNs : walk.ns;
+    if (ns != expected && !toldLength) {
+      Note(name + ": trace " + std::to_string(trace) + " has " + std::to_string(ns) + " samples, the headers say " +
+           std::to_string(expected) + ": most SEG-Y readers expect one length");
+      toldLength = true;
+    }
+    const int64_t bytes = kTraceHeaderBytes + 4 * ns;
+    if (size - at < bytes) {
+      NoteCutTrace(name, trace, size - at - kTraceHeaderBytes, 4 * ns);
+      walk.damaged = true;
+      break;
+    }
+    at += bytes;
+  }
+  return walk;
+}
+
 int Main(int argc, char** argv) {
   const Params params("segyhdrs", argc, argv, {"ns", "dt", "hfile", "bfile", "verbose"});
-  auto ns = params.IntIfGiven("ns");
-  auto dt = params.IntIfGiven("dt");
-  if ((!ns || !dt) && !isatty(0)) {
+  // 0 (as an empty field of a panel gives it) means "from the traces";
+  // dt -1: not given.
+  int64_t ns = params.Int("ns", 0, kSamples);
+  int64_t dt = params.Int("dt", -1, kMicroseconds);
+  int status = 0;
+  struct stat st {};
+  const std::string name = DescriptorName(0);
+  if (fstat(0, &st) == 0 && S_ISREG(st.st_mode)) {
+    // A file (the job scripts' "<input") is checked whole: headers for a
+    // file that ends inside a trace would make a broken SEG-Y.
+    const Walk walk = WalkSuFile(0, st.st_size, name, ns);
+    if (walk.damaged) status = kDamagedInput;
+    const bool firstWhole = walk.ns >= 0 && st.st_size >= kTraceHeaderBytes + 4 * walk.ns;
+    if (ns == 0 && !firstWhole) throw ToolError(name + ": no whole SU trace to take ns and dt from; give ns= and dt=");
+    if (ns == 0) ns = walk.ns;
+    if (dt < 0 && firstWhole) dt = walk.dt;
+  } else if ((ns == 0 || dt < 0) && !isatty(0)) {
     SuReader reader;
     if (reader.Next() && !reader.Truncated()) {
-      if (!ns) ns = reader.Ns();
-      if (!dt) dt = static_cast<uint16_t>(GetLE16(reader.Trace().data() + 116));
-    } else if (!ns) {
-      throw ToolError("standard input: no whole SU trace to take ns and dt from; give ns= and dt=");
+      if (ns == 0) ns = reader.Ns();
+      if (dt < 0) dt = static_cast<uint16_t>(GetLE16(reader.Trace().data() + 116));
+    } else if (ns == 0) {
+      throw ToolError(reader.Name() + ": no whole SU trace to take ns and dt from; give ns= and dt=");
     }
+    // The rest of the pipe is read too, so that a trace cut short is said.
+    while (reader.Next()) {
+    }
+    if (reader.Truncated()) status = kDamagedInput;
   }
-  if (!ns || *ns <= 0 || *ns > 65535) throw ToolError("ns must be given or found, from 1 to 65535");
-  if (!dt) dt = 0;
-  if (*dt < 0 || *dt > 65535) throw ToolError("dt must be from 0 to 65535 microseconds");
-  const auto text = TextHeader(static_cast<int>(*ns), static_cast<int>(*dt));
-  const auto bin = BinaryHeader(static_cast<int>(*ns), static_cast<int>(*dt));
+  if (ns <= 0 || ns > 65535) throw ToolError("ns must be given or found, from 1 to 65535");
+  if (dt < 0) dt = 0;
+  const auto text = TextHeader(static_cast<int>(ns), static_cast<int>(dt));
+  const auto bin = BinaryHeader(static_cast<int>(ns), static_cast<int>(dt));
   WriteWholeFile(params.Text("hfile", "header"), text.data(), text.size());
   WriteWholeFile(params.Text("bfile", "binary"), bin.data(), bin.size());
-  return 0;
+  return status;
 }
 
 }  // namespace

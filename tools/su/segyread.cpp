@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/binary_file.h"
+#include "core/byte_order.h"
 #include "core/paths.h"
 #include "core/su_trace.h"
 #include "su_tool.h"
@@ -59,10 +60,17 @@ int Main(int argc, char** argv) {
                        "verbose", "vblock", "buff", "remap", "byte", "errmax"});
   if (!params.Has("tape")) throw ToolError("tape= is missing: give the SEG-Y file to read");
   const std::string tape = ResolveExisting(params.Text("tape", ""));
-  const bool conv = params.Int("conv", 1) != 0;
-  const int64_t trmin = params.Int("trmin", 1);
-  const int64_t trmax = params.Int("trmax", INT64_MAX);
+  const bool conv = params.Int("conv", 1, kSwitch) != 0;
+  const int64_t trmin = params.Int("trmin", 1, kTraceNumber);
+  const int64_t trmax = params.Int("trmax", INT64_MAX, kTraceNumber);
   if (trmin < 1 || trmax < trmin) throw ToolError("trmin and trmax must give 1 <= trmin <= trmax");
+  // Every parameter is checked before the file is looked at.
+  SegyOptions options;
+  options.endian = params.IntIfGiven("endian", kSwitch);
+  options.over = static_cast<int>(params.Int("over", 0, kSwitch));
+  options.format = params.IntIfGiven("format", kWord16);
+  // ns=0 leaves the count to the headers: the SEGY panel's probe passes it.
+  options.ns = params.IntIfGiven("ns", kSamples);
   RequireOutputNotTerminal();
 
   struct stat st {};
@@ -70,11 +78,6 @@ int Main(int argc, char** argv) {
   if (!S_ISREG(st.st_mode)) throw ToolError(tape + ": not a plain file");
   BinaryFile file(tape, BinaryFile::Mode::Read);
   file.AdviseSequential();
-  SegyOptions options;
-  options.endian = params.IntIfGiven("endian");
-  options.over = static_cast<int>(params.Int("over", 0));
-  options.format = params.IntIfGiven("format");
-  options.ns = params.IntIfGiven("ns");
   const SegyLayout layout = ReadSegyLayout(file, options, Note);
   const int64_t size = layout.fileSize;
   std::vector<uint8_t> head(kSegyHeaderBytes, 0);
@@ -114,23 +117,48 @@ int Main(int argc, char** argv) {
   WidenPipe(1);
   Output output;
   int status = 0;
+  const int64_t headerBytes = int64_t(kTraceHeaderBytes) * (1 + layout.extraHeaders);
+  // Trace headers whose own count disagrees: the traces are read at the
+  // fixed length, which is wrong if they really vary, so it is said.
+  int64_t otherNs = 0;
+  const bool nsForced = options.ns.value_or(0) > 0;
   for (int64_t trace = first; trace <= last; trace += perChunk) {
-    const int64_t count = std::min(perChunk, last - trace + 1);
+    int64_t count = std::min(perChunk, last - trace + 1);
     const int64_t offset = layout.firstTrace + (trace - 1) * layout.traceBytes;
     const size_t want = size_t(count * layout.traceBytes);
     const size_t got = file.Read(offset, in.data(), want);
     if (got < want) {
-      std::fill(in.begin() + std::ptrdiff_t(got), in.begin() + std::ptrdiff_t(want), 0);
-      const int64_t cut = trace + int64_t(got) / layout.traceBytes;
-      Note(tape + ": trace " + std::to_string(cut) + " is cut short (" +
-           std::to_string(int64_t(got) % layout.traceBytes) + " of " + std::to_string(layout.traceBytes) +
-           " bytes): padded with zeros");
-      status = 1;
+      const int64_t complete = int64_t(got) / layout.traceBytes;
+      const int64_t part = int64_t(got) % layout.traceBytes;
+      const int64_t cut = trace + complete;
+      if (part >= headerBytes) {
+        std::fill(in.begin() + std::ptrdiff_t(got), in.begin() + std::ptrdiff_t((complete + 1) * layout.traceBytes), 0);
+        NoteCutTrace(tape, cut, part - headerBytes, layout.traceBytes - headerBytes);
+        count = complete + 1;
+      } else {
+        Note(tape + ": trace " + std::to_string(cut) + " is cut short in its header (" + std::to_string(part) +
+             " of " + std::to_string(headerBytes) + " bytes): not written");
+        count = complete;
+      }
+      status = kDamagedInput;
     }
     for (int64_t i = 0; i < count; ++i) {
-      SegyTraceToSu(layout, conv, in.data() + i * layout.traceBytes, out.data() + i * suBytes);
+      const uint8_t* p = in.data() + i * layout.traceBytes;
+      const int ns = layout.bigEndian ? GetBE16u(p + 114) : static_cast<uint16_t>(GetLE16(p + 114));
+      if (ns != 0 && ns != layout.ns && !nsForced && otherNs++ == 0) {
+        Note(tape + ": trace " + std::to_string(trace + i) + " says " + std::to_string(ns) +
+             " samples in its header, the file " + std::to_string(layout.ns) + ": read at the file's length");
+      }
+      SegyTraceToSu(layout, conv, p, out.data() + i * suBytes);
     }
     output.Write(out.data(), size_t(count * suBytes));
+    if (got < want) break;
+  }
+  if (otherNs > 0) {
+    Note(tape + ": " + std::to_string(otherNs) + " trace header(s) give another sample count than " +
+         std::to_string(layout.ns) + "; if the traces really differ in length, the SU traces are wrong from the "
+         "first of them on");
+    status = kDamagedInput;
   }
   output.Flush();
   return headersWritten ? status : 1;

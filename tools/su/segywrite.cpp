@@ -70,15 +70,14 @@ int Main(int argc, char** argv) {
                       {"tape", "hfile", "bfile", "conv", "endian", "trmin", "trmax", "buffer", "errmax", "verbose"});
   if (!params.Has("tape")) throw ToolError("tape= is missing: give the SEG-Y file to write");
   const std::string tape = params.Text("tape", "");
-  const bool conv = params.Int("conv", 1) != 0;
-  const int64_t endian = params.Int("endian", 0);
-  if (endian != 0 && endian != 1) throw ToolError("endian must be 0 (big-endian file) or 1 (little-endian file)");
+  const bool conv = params.Int("conv", 1, kSwitch) != 0;
+  const int64_t endian = params.Int("endian", 0, kSwitch);
   const bool big = endian == 0;
-  const int64_t trmin = params.Int("trmin", 1);
-  const int64_t trmax = params.Int("trmax", INT64_MAX);
+  const int64_t trmin = params.Int("trmin", 1, kTraceNumber);
+  const int64_t trmax = params.Int("trmax", INT64_MAX, kTraceNumber);
   if (trmin < 1 || trmax < trmin) throw ToolError("trmin and trmax must give 1 <= trmin <= trmax");
-  params.Int("buffer", 0);
-  params.Int("errmax", 0);
+  params.Int("buffer", 0, kCount);
+  params.Int("errmax", 0, kCount);
 
   const auto text = TextHeaderFor(ResolveExisting(params.Text("hfile", "header")));
   auto bin = BinaryHeaderFor(ResolveExisting(params.Text("bfile", "binary")));
@@ -105,7 +104,7 @@ int Main(int argc, char** argv) {
   if (fd < 0) throw ToolError(tape + ": cannot write: " + std::strerror(errno));
   int status = 0;
   try {
-    Output output(fd);
+    Output output(fd, tape);
     output.Write(text.data(), text.size());
     output.Write(bin.data(), bin.size());
     std::vector<uint8_t> out;
@@ -133,12 +132,13 @@ int Main(int argc, char** argv) {
       have = reader.Next();
     }
     output.Flush();
-  } catch (const ToolError& e) {
+  } catch (const ToolError&) {
+    // The message names the file that failed: the tape, or standard input.
     close(fd);
-    throw ToolError(tape + ": " + e.what());
+    throw;
   }
   if (close(fd) != 0) throw ToolError(tape + ": cannot write: " + std::strerror(errno));
-  if (reader.Truncated()) status = 1;
+  if (reader.Truncated()) status = kDamagedInput;
   return status;
 }
 

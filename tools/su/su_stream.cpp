@@ -8,7 +8,8 @@
 
 namespace vexmor::su {
 
-SuReader::SuReader(int fd, std::string name) : fd_(fd), name_(std::move(name)), buffer_(size_t(1) << 20) {
+SuReader::SuReader(int fd, std::string name)
+    : fd_(fd), name_(name.empty() ? DescriptorName(fd) : std::move(name)), buffer_(size_t(1) << 20) {
   WidenPipe(fd_);
 }
 
@@ -17,7 +18,7 @@ size_t SuReader::Fill(uint8_t* data, size_t n) {
   while (done < n) {
     if (begin_ == end_) {
       begin_ = 0;
-      end_ = ReadFully(fd_, buffer_.data(), buffer_.size());
+      end_ = ReadFully(fd_, buffer_.data(), buffer_.size(), name_);
       if (end_ == 0) break;
     }
     const size_t take = std::min(n - done, end_ - begin_);
@@ -35,12 +36,13 @@ bool SuReader::Next() {
   if (head == 0) return false;
   ++count_;
   if (head < kTraceHeaderBytes) {
-    std::fill(trace_.begin() + std::ptrdiff_t(head), trace_.end(), 0);
+    // Without its whole header a trace has no samples to pad: nothing of it
+    // goes out.
     truncated_ = true;
     Note(name_ + ": trace " + std::to_string(count_) + " is cut short in its header (" + std::to_string(head) +
-         " of 240 bytes); not an SU file, or a broken one");
+         " of 240 bytes): not written; not an SU file, or a broken one");
     ns_ = 0;
-    return true;
+    return false;
   }
   ns_ = static_cast<uint16_t>(GetLE16(trace_.data() + 114));
   const size_t body = size_t(ns_) * 4;
@@ -49,8 +51,7 @@ bool SuReader::Next() {
   if (got < body) {
     std::fill(trace_.begin() + std::ptrdiff_t(kTraceHeaderBytes + got), trace_.end(), 0);
     truncated_ = true;
-    Note(name_ + ": trace " + std::to_string(count_) + " is cut short (" + std::to_string(got) + " of " +
-         std::to_string(body) + " sample bytes): padded with zeros");
+    NoteCutTrace(name_, count_, int64_t(got), int64_t(body));
   }
   return true;
 }

@@ -9,9 +9,12 @@ namespace vexmor::su {
 
 class SuReader {
  public:
-  explicit SuReader(int fd = 0, std::string name = "standard input");
-  // Reads the next trace into Trace(); false at a clean end of input. A
-  // trace cut short is padded with zeros, reported, and marks Truncated().
+  // An empty name names the descriptor ("standard input (/data/in.su)").
+  explicit SuReader(int fd = 0, std::string name = "");
+  // Reads the next trace into Trace(); false at the end of input. A trace
+  // cut short in its samples is padded with zeros, reported, and marks
+  // Truncated(); one cut in its header is reported, marks Truncated() and
+  // gives false.
   bool Next();
   std::vector<uint8_t>& Trace() { return trace_; }
   int Ns() const { return ns_; }

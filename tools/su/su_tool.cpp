@@ -81,22 +81,31 @@ std::string Params::Text(const std::string& key, const std::string& fallback) co
   return it == values_.end() ? fallback : it->second;
 }
 
-std::optional<int64_t> Params::IntIfGiven(const std::string& key) const {
+std::optional<int64_t> Params::IntIfGiven(const std::string& key, const Range& range) const {
   const auto it = values_.find(key);
   if (it == values_.end()) return std::nullopt;
   const std::string& text = it->second;
+  const std::string span = std::to_string(range.min) + " to " + std::to_string(range.max) + " (" + range.field + ")";
   int64_t value = 0;
   const char* begin = text.data();
   if (!text.empty() && text[0] == '+') ++begin;
   const auto [end, ec] = std::from_chars(begin, text.data() + text.size(), value);
-  if (text.empty() || ec != std::errc() || end != text.data() + text.size()) {
-    throw BadParameter("bad value for " + key + ": '" + text + "' (a whole number is expected)");
+  const bool whole = !text.empty() && end == text.data() + text.size();
+  // Digits past 64 bits are out of range too, not "not a number".
+  if (whole && ec == std::errc::result_out_of_range) {
+    throw BadParameter(key + "=" + text + " is out of range: " + key + " takes " + span);
+  }
+  if (!whole || ec != std::errc()) {
+    throw BadParameter("bad value for " + key + ": '" + text + "': a whole number is expected, " + span);
+  }
+  if (value < range.min || value > range.max) {
+    throw BadParameter(key + "=" + text + " is out of range: " + key + " takes " + span);
   }
   return value;
 }
 
-int64_t Params::Int(const std::string& key, int64_t fallback) const {
-  return IntIfGiven(key).value_or(fallback);
+int64_t Params::Int(const std::string& key, int64_t fallback, const Range& range) const {
+  return IntIfGiven(key, range).value_or(fallback);
 }
 
 int RunTool(const char* tool, const char* usage, int argc, char** argv, bool usageWithoutParams,
@@ -128,12 +137,42 @@ int RunTool(const char* tool, const char* usage, int argc, char** argv, bool usa
   return 1;
 }
 
-Output::Output(int fd) : fd_(fd), buffer_(size_t(1) << 20) {}
+std::string DescriptorName(int fd) {
+  std::string name = fd == 0 ? "standard input" : fd == 1 ? "standard output" : "descriptor " + std::to_string(fd);
+  struct stat st {};
+  if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return name;
+  std::array<char, 4096> path{};
+  const std::string link = "/proc/self/fd/" + std::to_string(fd);
+  const ssize_t n = readlink(link.c_str(), path.data(), path.size() - 1);
+  if (n > 0) name += " (" + std::string(path.data(), size_t(n)) + ")";
+  return name;
+}
+
+namespace {
+[[noreturn]] void WriteFailed(const std::string& name, int err) {
+  // A write that takes nothing and says no error is a full device too.
+  throw ToolError(name + ": cannot write: " + (err != 0 ? std::strerror(err) : "nothing more was taken"));
+}
+}  // namespace
+
+Output::Output(int fd, std::string name)
+    : fd_(fd), name_(name.empty() ? DescriptorName(fd) : std::move(name)), buffer_(size_t(1) << 20) {}
 
 Output::~Output() {
   try {
     Flush();
   } catch (...) {
+  }
+}
+
+void Output::WriteAll(const uint8_t* p, size_t n) {
+  size_t done = 0;
+  while (done < n) {
+    errno = 0;
+    const ssize_t w = write(fd_, p + done, n - done);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) WriteFailed(name_, w < 0 ? errno : 0);
+    done += size_t(w);
   }
 }
 
@@ -143,13 +182,7 @@ void Output::Write(const void* data, size_t n) {
   // more than the write it would save.
   if (used_ + n > buffer_.size() || n >= buffer_.size() / 4) Flush();
   if (n >= buffer_.size() / 4) {
-    size_t done = 0;
-    while (done < n) {
-      const ssize_t w = write(fd_, p + done, n - done);
-      if (w < 0 && errno == EINTR) continue;
-      if (w <= 0) throw ToolError(std::string("cannot write standard output: ") + std::strerror(errno));
-      done += size_t(w);
-    }
+    WriteAll(p, n);
     return;
   }
   std::memcpy(buffer_.data() + used_, p, n);
@@ -157,30 +190,28 @@ void Output::Write(const void* data, size_t n) {
 }
 
 void Output::Flush() {
-  size_t done = 0;
-  while (done < used_) {
-    const ssize_t w = write(fd_, buffer_.data() + done, used_ - done);
-    if (w < 0 && errno == EINTR) continue;
-    if (w <= 0) {
-      used_ = 0;
-      throw ToolError(std::string("cannot write standard output: ") + std::strerror(errno));
-    }
-    done += size_t(w);
-  }
+  const size_t n = used_;
+  // Dropped either way: a failed block is not tried again by the destructor.
   used_ = 0;
+  WriteAll(buffer_.data(), n);
 }
 
-size_t ReadFully(int fd, void* data, size_t n) {
+size_t ReadFully(int fd, void* data, size_t n, const std::string& name) {
   auto* p = static_cast<uint8_t*>(data);
   size_t done = 0;
   while (done < n) {
     const ssize_t r = read(fd, p + done, n - done);
     if (r < 0 && errno == EINTR) continue;
-    if (r < 0) throw ToolError(std::string("read error: ") + std::strerror(errno));
+    if (r < 0) throw ToolError(name + ": cannot read: " + std::strerror(errno));
     if (r == 0) break;
     done += size_t(r);
   }
   return done;
+}
+
+void NoteCutTrace(const std::string& source, int64_t trace, int64_t got, int64_t wanted) {
+  Note(source + ": trace " + std::to_string(trace) + " is cut short (" + std::to_string(got) + " of " +
+       std::to_string(wanted) + " sample bytes): padded with zeros");
 }
 
 void WidenPipe(int fd) {
@@ -212,13 +243,13 @@ std::vector<uint8_t> ReadSmallFile(const std::string& path, size_t limit) {
   size_t got = 0;
   try {
     for (;;) {
-      got += ReadFully(fd, data.data() + got, data.size() - got);
+      got += ReadFully(fd, data.data() + got, data.size() - got, path);
       if (got < data.size() || data.size() == limit) break;
       data.resize(std::min(limit, 2 * data.size()));
     }
-  } catch (const ToolError& e) {
+  } catch (const ToolError&) {
     close(fd);
-    throw ToolError(path + ": " + e.what());
+    throw;
   }
   close(fd);
   data.resize(got);
@@ -228,16 +259,13 @@ std::vector<uint8_t> ReadSmallFile(const std::string& path, size_t limit) {
 void WriteWholeFile(const std::string& path, const uint8_t* data, size_t n) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
   if (fd < 0) throw ToolError(path + ": cannot write: " + std::strerror(errno));
-  size_t done = 0;
-  while (done < n) {
-    const ssize_t w = write(fd, data + done, n - done);
-    if (w < 0 && errno == EINTR) continue;
-    if (w <= 0) {
-      const int err = errno;
-      close(fd);
-      throw ToolError(path + ": cannot write: " + std::strerror(err));
-    }
-    done += size_t(w);
+  try {
+    Output out(fd, path);
+    out.Write(data, n);
+    out.Flush();
+  } catch (const ToolError&) {
+    close(fd);
+    throw;
   }
   if (close(fd) != 0) throw ToolError(path + ": cannot write: " + std::strerror(errno));
 }
