@@ -385,6 +385,12 @@ TEST(GssiRoutes, RtoawWordTextThroughAsciiGivesTheDirectSamples) {
   const auto [direct, ascii] = BothRoutes(dzt, dir, "3");
   ExpectSameSamples(direct, ascii);
   EXPECT_EQ(direct.Traces(), 7u);
+
+  // Cut inside the last word: the byte that is missing reads as 0 both ways.
+  std::filesystem::resize_file(dzt, std::filesystem::file_size(dzt) - 1);
+  const auto [cutDirect, cutAscii] = BothRoutes(dzt, dir, "3");
+  ExpectSameSamples(cutDirect, cutAscii);
+  EXPECT_EQ(cutDirect.Traces(), 7u);
 }
 
 TEST(GssiRoutes, TheRealFileGivesTheSameSamplesBothWays) {

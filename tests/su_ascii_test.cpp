@@ -10,6 +10,7 @@
 #include <random>
 #include <sstream>
 
+#include "core/byte_order.h"
 #include "core/shared_state.h"
 #include "core/su_trace.h"
 #include "panels/script.h"
@@ -249,6 +250,30 @@ TEST(SuAsciiColumns, WideSelectionsMatchTraceByTrace) {
   WriteSu(su, 48, 300, [](int t) { return t; }, Sample);
   RunExport("open MainPanel\nanswer dialog " + su + "\nclick Option24\n");
   EXPECT_EQ(ReadText(dir / "wide.txt"), ColumnText(1, 48, 300));
+}
+
+// The export walks a map of the file: lines past the point where the pages
+// are handed back, and a last trace cut inside a sample, read as from disk.
+TEST(SuAsciiColumns, LongTracesAndACutLastTrace) {
+  TempDir dir;
+  const std::string su = dir / "long.su";
+  WriteSu(su, 3, 9000, [](int t) { return t; }, Sample);
+  RunExport("open MainPanel\nanswer dialog " + su + "\nclick Option24\n");
+  EXPECT_EQ(ReadText(dir / "long.txt"), ColumnText(1, 3, 9000));
+
+  // Three traces of 4 samples, the last one cut 6 bytes into its samples:
+  // its second sample keeps its two low bytes, the rest reads as 0.
+  const std::string cut = dir / "cut.su";
+  WriteSu(cut, 3, 4, [](int t) { return t; }, Sample);
+  std::filesystem::resize_file(cut, 2 * (240 + 16) + 240 + 6);
+  RunExport("open MainPanel\nanswer dialog " + cut + "\nanswer prompt 1\nanswer prompt 3\nclick Option24\n");
+  const float halfSample = BitsFloat(FloatBits(Sample(3, 2)) & 0xFFFFu);
+  std::string expected;
+  for (int j = 1; j <= 4; ++j) {
+    const float last = j == 1 ? Sample(3, 1) : j == 2 ? halfSample : 0.0f;
+    expected += Formatted(Sample(1, j)) + "," + Formatted(Sample(2, j)) + "," + Formatted(last) + ",\r\n";
+  }
+  EXPECT_EQ(ReadText(dir / "cut.txt"), expected);
 }
 
 TEST(SuAsciiCalculChannel, CountsTracesAndChannelsAndReadsDt) {

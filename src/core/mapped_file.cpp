@@ -11,7 +11,7 @@
 
 namespace vexmor {
 
-MappedFile::MappedFile(const std::string& path) {
+MappedFile::MappedFile(const std::string& path, Use use) {
   const std::string actual = ResolveExisting(path);
   const int fd = ::open(actual.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) throw RunTimeFailure(FailureCode::FileNotFound, path + ": cannot be opened");
@@ -22,15 +22,21 @@ MappedFile::MappedFile(const std::string& path) {
     throw RunTimeFailure(FailureCode::PathAccess, path + ": not a plain file");
   }
   if (st.st_size > 0) {
-    void* p = ::mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+    const int flags = MAP_PRIVATE | (use == Use::Whole ? MAP_POPULATE : 0);
+    void* p = ::mmap(nullptr, static_cast<size_t>(st.st_size), PROT_READ, flags, fd, 0);
     if (p != MAP_FAILED) {
       mapped_ = static_cast<char*>(p);
       size_ = static_cast<size_t>(st.st_size);
-      ::madvise(p, size_, MADV_SEQUENTIAL);
+      if (use == Use::Whole) ::madvise(p, size_, MADV_SEQUENTIAL);
     }
   }
   ::close(fd);
   if (mapped_ == nullptr && st.st_size > 0) copy_ = ReadWholeFile(path);
+}
+
+void MappedFile::Forget() const {
+  // Nothing is written through the map, so no page is lost.
+  if (mapped_ != nullptr) ::madvise(mapped_, size_, MADV_DONTNEED);
 }
 
 MappedFile::~MappedFile() {

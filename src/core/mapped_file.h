@@ -3,6 +3,10 @@
 // texts are read once by the kernel and never copied into the program.
 // Only plain files: a folder, device or pipe is refused.
 // Falls back to reading the file when it can't be mapped (a pipe, say).
+// The one way the system maps a file: texts read whole, and binary files
+// whose layout asks for jumps across all of them (the column export).
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -10,14 +14,26 @@ namespace vexmor {
 
 class MappedFile {
  public:
+  enum class Use {
+    Whole,  // read from end to end at once: every page is brought in now
+    Walk,   // walked through in parts: pages come as they are touched
+  };
   // Throws RunTimeFailure when the file can't be opened or read, or is no
   // plain file.
-  explicit MappedFile(const std::string& path);
+  explicit MappedFile(const std::string& path, Use use = Use::Whole);
   ~MappedFile();
   MappedFile(const MappedFile&) = delete;
   MappedFile& operator=(const MappedFile&) = delete;
 
   std::string_view Text() const { return mapped_ != nullptr ? std::string_view(mapped_, size_) : copy_; }
+  std::span<const uint8_t> Bytes() const {
+    const std::string_view text = Text();
+    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+  }
+  // Hands the pages touched so far back to the system; they are read again
+  // from the file (or the page cache) when next touched. A walk through a
+  // file larger than memory calls it now and then to stay small.
+  void Forget() const;
 
  private:
   char* mapped_ = nullptr;

@@ -231,9 +231,14 @@ Record ReadRecordHeaders(const Bytes& file, size_t start) {
 
   size_t at = start + size_t(1 + additional) * kBlock;
   const size_t descriptorBytes = rev3 ? 3 * kBlock : kBlock;
+  // One descriptor at a time in one buffer: a header may claim 99 x 65535
+  // of them, and what it claims must not pile up in memory.
+  std::vector<uint8_t> descriptor(descriptorBytes);
   for (int64_t s = 0; s < scanTypes; ++s) {
     for (int64_t c = 0; c < setsPerScanType; ++c, at += descriptorBytes) {
-      const uint8_t* csd = file.At(at, descriptorBytes, "channel set descriptors");
+      file.Check(at, descriptorBytes, "channel set descriptors");
+      file.file.Read(static_cast<int64_t>(at), descriptor.data(), descriptorBytes);
+      const uint8_t* csd = descriptor.data();
       if (rev3) {
         const int64_t channels = GetBE24u(csd + 20);
         if (channels == 0) continue;

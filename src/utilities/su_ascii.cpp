@@ -7,9 +7,11 @@
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "core/binary_file.h"
+#include "core/mapped_file.h"
 #include "core/numbers.h"
 #include "core/paths.h"
 #include "core/shared_state.h"
@@ -28,9 +30,6 @@ constexpr int64_t kTracfOffset = 12;
 constexpr const char* kLineEnd = "\r\n";
 // Text is handed to the disk in pieces of about this size.
 constexpr size_t kWriteChunk = 1 << 20;
-// The column export holds this many bytes of samples at once; wider
-// selections are done in bands of sample numbers.
-constexpr int64_t kColumnBlockBytes = int64_t{128} << 20;
 
 // A file open for reading, or nothing when it cannot be opened: the exports
 // pass over a step that fails.
@@ -156,34 +155,39 @@ void WriteChannelFiles(BinaryFile& su, const std::string& stem, int32_t first, i
 }
 
 // The column file: a line for each sample number, a column for each trace
-// from first to last, every value followed by a comma. Traces are read in
-// bands of sample numbers so that a wide selection needs bounded memory.
-void WriteColumns(BinaryFile& su, TextOut& out, int64_t first, int64_t last, int32_t nbSamples, SharedState& state) {
+// from first to last, every value followed by a comma. Each line takes a
+// sample from every trace, so the file is mapped rather than read: the
+// pages touched are handed back every few thousand lines, and a file of any
+// size costs a page or two per column. Bytes past the end read as 0.
+void WriteColumns(const std::string& path, TextOut& out, int64_t first, int64_t last, int32_t nbSamples,
+                  SharedState& state) {
   if (nbSamples < 1) return;
+  const MappedFile su(path, MappedFile::Use::Walk);
+  const std::span<const uint8_t> bytes = su.Bytes();
+  const int64_t size = static_cast<int64_t>(bytes.size());
   const int64_t columns = std::max<int64_t>(0, last - first + 1);
   const int64_t traceSize = int64_t{240} + int64_t{4} * nbSamples;
-  const int64_t band = columns == 0 ? nbSamples
-                                    : std::clamp<int64_t>(kColumnBlockBytes / (4 * columns), 1, nbSamples);
-  std::vector<std::vector<float>> block(static_cast<size_t>(columns));
+  if (columns > 0) state.TracePos = static_cast<int32_t>(std::min<int64_t>(traceSize * (last - 1), INT32_MAX));
+  constexpr int32_t kLinesBetweenReleases = 4096;
   std::string line;
   char number[32];
-  for (int64_t j0 = 0; j0 < nbSamples; j0 += band) {
-    const size_t rows = static_cast<size_t>(std::min<int64_t>(band, nbSamples - j0));
-    for (int64_t k = 0; k < columns; ++k) {
-      const int64_t position = traceSize * (first + k - 1);
-      state.TracePos = static_cast<int32_t>(std::min<int64_t>(position, INT32_MAX));
-      ReadSamples(su, position + 240 + 4 * j0, rows, block[static_cast<size_t>(k)]);
-    }
-    for (size_t r = 0; r < rows; ++r) {
-      line.clear();
-      for (const auto& trace : block) {
-        const int n = FormatSample(trace[r], number);
-        number[n] = ',';
-        line.append(number, static_cast<size_t>(n) + 1);
+  for (int32_t j = 0; j < nbSamples; ++j) {
+    if (j > 0 && j % kLinesBetweenReleases == 0) su.Forget();
+    line.clear();
+    int64_t at = traceSize * (first - 1) + 240 + int64_t{4} * j;
+    for (int64_t k = 0; k < columns; ++k, at += traceSize) {
+      uint8_t raw[4] = {0, 0, 0, 0};
+      if (at + 4 <= size) {
+        std::memcpy(raw, bytes.data() + at, 4);
+      } else if (at < size) {
+        std::memcpy(raw, bytes.data() + at, static_cast<size_t>(size - at));
       }
-      line += kLineEnd;
-      out.Append(line.data(), line.size());
+      const int n = FormatSample(GetLEFloat(raw), number);
+      number[n] = ',';
+      line.append(number, static_cast<size_t>(n) + 1);
     }
+    line += kLineEnd;
+    out.Append(line.data(), line.size());
   }
 }
 
@@ -298,7 +302,7 @@ void su2Ascii(Session& session) {
     try {
       std::remove(ResolveExisting(output).c_str());
       TextOut out(output);
-      WriteColumns(*su, out, static_cast<int64_t>(first), static_cast<int64_t>(last), state.NbSamples, state);
+      WriteColumns(su->Path(), out, static_cast<int64_t>(first), static_cast<int64_t>(last), state.NbSamples, state);
       out.Close();
     } catch (const std::exception&) {
       // No export reports a failure; the message below still comes.

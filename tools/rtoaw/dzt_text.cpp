@@ -3,27 +3,18 @@
 #include <cctype>
 #include <charconv>
 #include <filesystem>
+#include <span>
 
 #include "core/binary_file.h"
+#include "core/mapped_file.h"
+#include "core/su_trace.h"
 
 namespace vexmor {
 
 void WriteDztColumns(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans,
                      const std::function<void(std::string_view row)>& put) {
-  std::string row;
-  row.reserve(static_cast<size_t>(scans) * 7 + 2);
-  char number[16];
   const auto ns = static_cast<size_t>(samplesPerScan);
-  for (size_t k = 0; k < ns; ++k) {
-    row.clear();
-    for (size_t s = 0; s < static_cast<size_t>(scans); ++s) {
-      if (s > 0) row += ',';
-      const auto [end, ec] = std::to_chars(number, number + sizeof number, values[s * ns + k]);
-      row.append(number, end);
-    }
-    row += "\r\n";
-    put(row);
-  }
+  WriteColumnText(samplesPerScan, scans, [&](size_t s, size_t k) { return values[s * ns + k]; }, put);
 }
 
 std::string DztColumnText(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans) {
@@ -70,14 +61,31 @@ DztToTextResult DztToText(const std::string& input, const std::string& output, c
   const int first = options.channel > 0 ? options.channel - 1 : 0;
   const int64_t rows = int64_t(h.samplesPerScan) * static_cast<int64_t>(names.size());
   int64_t done = 0;
+  // Every row takes a sample from each scan, so the file is mapped rather
+  // than read into memory: a channel of any length costs no copy, and the
+  // pages walked are handed back every few thousand rows.
+  const MappedFile mapped(input, MappedFile::Use::Walk);
+  const std::span<const uint8_t> bytes = mapped.Bytes();
+  if (h.headerBytes + h.scans * h.ScanBytes() > static_cast<int64_t>(bytes.size())) {
+    throw DztError(input + ": shorter than its header says (changed?)");
+  }
+  const auto ns = static_cast<size_t>(h.samplesPerScan);
+  const auto width = static_cast<size_t>(h.BytesPerSample());
+  const auto scanBytes = static_cast<size_t>(h.ScanBytes());
+  const int32_t zero = !options.centre ? 0 : h.bits == 8 ? 128 : h.bits == 16 ? 32768 : 0;
   for (size_t k = 0; k < names.size(); ++k) {
-    const std::vector<int32_t> values = ReadDztChannel(input, h, first + static_cast<int>(k), options.centre);
+    const uint8_t* channel = bytes.data() + h.headerBytes + (size_t(first) + k) * ns * width;
     BinaryFile out(names[k], BinaryFile::Mode::Create);
     int64_t at = 0;
-    WriteDztColumns(values, h.samplesPerScan, h.scans, [&](std::string_view row) {
+    const auto value = [&](size_t scan, size_t sample) -> int32_t {
+      const uint8_t* p = channel + scan * scanBytes + sample * width;
+      return (width == 1 ? int32_t(p[0]) : width == 2 ? int32_t(GetLE16(p) & 0xFFFF) : GetLE32(p)) - zero;
+    };
+    WriteColumnText(h.samplesPerScan, h.scans, value, [&](std::string_view row) {
       out.Write(at, row.data(), row.size());
       at += static_cast<int64_t>(row.size());
-      if (progress && ++done % 64 == 0) progress(done, rows);
+      if (++done % 4096 == 0) mapped.Forget();
+      if (progress && done % 64 == 0) progress(done, rows);
     });
     out.Close();
     result.outputs.push_back(names[k]);

@@ -1,6 +1,7 @@
 #pragma once
 // The column text of a DZT file for the ASCII importer, and the rtoaw
 // conversion that writes it.
+#include <charconv>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -17,6 +18,26 @@ std::string DztColumnText(const std::vector<int32_t>& values, int samplesPerScan
 // The same, row by row, for files too large to hold as one text.
 void WriteDztColumns(const std::vector<int32_t>& values, int samplesPerScan, int64_t scans,
                      const std::function<void(std::string_view row)>& put);
+
+// The rows of the column text, each value given by value(scan, sample):
+// the exports read it straight from a map of the file.
+template <typename Value>
+void WriteColumnText(int samplesPerScan, int64_t scans, const Value& value,
+                     const std::function<void(std::string_view row)>& put) {
+  std::string row;
+  row.reserve(static_cast<size_t>(scans) * 7 + 2);
+  char number[16];
+  for (size_t k = 0; k < static_cast<size_t>(samplesPerScan); ++k) {
+    row.clear();
+    for (size_t s = 0; s < static_cast<size_t>(scans); ++s) {
+      if (s > 0) row += ',';
+      const auto [end, ec] = std::to_chars(number, number + sizeof number, int32_t{value(s, k)});
+      row.append(number, end);
+    }
+    row += "\r\n";
+    put(row);
+  }
+}
 
 }  // namespace vexmor
 

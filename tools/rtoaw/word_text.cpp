@@ -1,10 +1,14 @@
 #include "word_text.h"
 
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
-#include <vector>
+#include <span>
 
 #include "core/binary_file.h"
+#include "core/mapped_file.h"
 #include "core/paths.h"
+#include "core/su_trace.h"
 #include "dzt_text.h"
 #include "importers/radar/dzt_words.h"
 
@@ -23,17 +27,27 @@ WordTextResult DztWordsToText(const std::string& input, const std::string& outpu
                    std::to_string(layout.bits) + " bits in " + std::to_string(in.Size()) + " bytes");
   }
   WordTextResult result{layout.words, layout.traces};
-  std::vector<int32_t> values(static_cast<size_t>(layout.words) * static_cast<size_t>(layout.traces));
-  for (int64_t i = 1; i <= layout.traces; ++i) {
-    ReadDztWords(in, i, layout.width,
-                 std::span<int32_t>(values.data() + static_cast<size_t>(i - 1) * layout.words, layout.words));
-  }
+  in.Close();
+  // Every row takes a word from each trace: the file is mapped, not copied,
+  // and the pages walked are handed back every few thousand rows. Words
+  // past the end of the file are 0.
+  const MappedFile mapped(ResolveExisting(input), MappedFile::Use::Walk);
+  const std::span<const uint8_t> bytes = mapped.Bytes();
+  const auto wordBytes = static_cast<size_t>(2 * layout.width);
+  const auto value = [&](size_t trace, size_t k) -> int32_t {
+    const auto offset = static_cast<size_t>(DztWordsTraceOffset(int64_t(trace) + 1, layout.words, layout.width)) +
+                    k * wordBytes;
+    uint8_t raw[4] = {0, 0, 0, 0};
+    if (offset < bytes.size()) std::memcpy(raw, bytes.data() + offset, std::min(wordBytes, bytes.size() - offset));
+    return layout.width == 2 ? GetLE32(raw) : GetLE16(raw);
+  };
   BinaryFile out(output, BinaryFile::Mode::Create);
   int64_t at = 0, done = 0;
-  WriteDztColumns(values, layout.words, layout.traces, [&](std::string_view row) {
+  WriteColumnText(layout.words, layout.traces, value, [&](std::string_view row) {
     out.Write(at, row.data(), row.size());
     at += static_cast<int64_t>(row.size());
-    if (progress && ++done % 64 == 0) progress(done, layout.words);
+    if (++done % 4096 == 0) mapped.Forget();
+    if (progress && done % 64 == 0) progress(done, layout.words);
   });
   out.Close();
   if (progress) progress(layout.words, layout.words);

@@ -354,31 +354,26 @@ void Note(Seg2SuReport& report, const std::string& path, std::vector<std::string
   notes.clear();
 }
 
-// The traces of one file, read whole into memory and decoded.
+// The traces of one file, read and decoded one by one: a file of any size
+// costs one trace of memory. Reads past the end give zeros, so a file
+// changed since the check can't send a read out of bounds.
 void ConvertInput(Input& in, int32_t& outputTrace, int32_t ns, const SuRecordWriter& write,
                   const Seg2SuOptions& options, Seg2SuReport& report) {
   BinaryFile f(in.path, BinaryFile::Mode::Read);
-  std::vector<uint8_t> bytes(static_cast<size_t>(f.Size()));
-  if (f.Read(0, bytes.data(), bytes.size()) != bytes.size()) throw Seg2Error(in.path + ": changed while read");
-  // Read again from what is in memory, so that a file changed since the check
-  // can't send a read out of bounds.
-  BinaryFile inMemory = BinaryFile::OverMemory(bytes, in.path);
-  const Seg2File file = ReadSeg2(inMemory);
+  f.AdviseSequential();
+  const Seg2File file = ReadSeg2(f);
   std::vector<uint8_t> record(static_cast<size_t>(kSuHeaderBytes) + 4 * static_cast<size_t>(ns));
   uint8_t* samples = record.data() + kSuHeaderBytes;
   std::vector<float> decoded(static_cast<size_t>(ns));
   std::vector<std::string> notes = file.notes;
   for (size_t t = 0; t < file.traces.size(); ++t) {
     const Seg2Trace& trace = file.traces[t];
+    if (trace.samples > ns) throw Seg2Error(in.path + ": changed while read");
     const Seg2TracePlace place{outputTrace + static_cast<int32_t>(t), in.place, static_cast<int32_t>(t + 1)};
     const SuHeader h = Seg2TraceHeader(file, trace, place, ns, notes);
     std::memcpy(record.data(), h.Data(), kSuHeaderBytes);
     std::fill(decoded.begin() + trace.samples, decoded.end(), 0.0f);
-    if (trace.presentBytes < Seg2SampleBytes(trace.format, trace.samples)) {
-      ReadSeg2Trace(inMemory, file, trace, decoded.data());  // the missing samples as zeros
-    } else {
-      DecodeSeg2Samples(bytes.data() + trace.dataOffset, trace.format, file.bigEndian, trace.samples, decoded.data());
-    }
+    ReadSeg2Trace(f, file, trace, decoded.data());
     double factor = 1;
     if (options.descale && FirstNumber(trace.Find("DESCALING_FACTOR"), factor)) {
       for (float& v : decoded) v = static_cast<float>(v * factor);
