@@ -1,17 +1,32 @@
 #include "qt_screen.h"
 
+#include <unistd.h>
+
 #include <QByteArray>
 #include <QString>
 #include <QtGlobal>
 
 #include <cstdlib>
 #include <iostream>
+#include <string>
 
 #include "platform/screen.h"
 
 namespace vexmor {
 
 namespace {
+
+// One write for the whole line: the programs a script starts share its
+// standard error, and their lines must not mix.
+void SayLine(const std::string& line) {
+  std::cerr.flush();
+  size_t done = 0;
+  while (done < line.size()) {
+    const ssize_t put = ::write(STDERR_FILENO, line.data() + done, line.size() - done);
+    if (put <= 0) break;
+    done += static_cast<size_t>(put);
+  }
+}
 
 std::string& ProgramName() {
   static std::string name;
@@ -24,16 +39,16 @@ void Handler(QtMsgType type, const QMessageLogContext& context, const QString& t
   // Qt gives up on a platform it cannot start with a fatal message and an
   // abort; the one thing a user needs to know is which display failed.
   if (type == QtFatalMsg && text.contains(QStringLiteral("platform plugin"))) {
-    std::cerr << ProgramName() << ": ";
+    std::string line = ProgramName() + ": ";
     if (drawingOffScreen) {
-      std::cerr << "Qt cannot draw off screen: its offscreen platform is not installed (qt6-qpa-plugins)\n";
+      line += "Qt cannot draw off screen: its offscreen platform is not installed (qt6-qpa-plugins)\n";
     } else {
       const char* display = std::getenv("DISPLAY");
-      std::cerr << "no display can be opened"
-                << (display != nullptr && *display != '\0' ? std::string(" (DISPLAY=") + display + ")" : std::string())
-                << "\n";
+      line += "no display can be opened";
+      if (display != nullptr && *display != '\0') line += std::string(" (DISPLAY=") + display + ")";
+      line += "\n";
     }
-    std::cerr.flush();
+    SayLine(line);
     std::_Exit(1);
   }
   // Said once, above, in the program's own words.
@@ -62,8 +77,8 @@ bool PrepareScreen(const std::string& program, ScreenUse use, const std::string&
   ProgramName() = program;
   const Screen screen = ScreenOfEnvironment();
   if (use == ScreenUse::Window && screen != Screen::Display) {
-    std::cerr << program << ": no screen to show a window on: " << NoScreenReason() << (hint.empty() ? "" : "; ")
-              << hint << '\n';
+    SayLine(program + ": no screen to show a window on: " + NoScreenReason() + (hint.empty() ? "" : "; ") + hint +
+            '\n');
     return false;
   }
   // A picture never waits on a display, and a script run without one draws
