@@ -63,8 +63,8 @@ constexpr HeaderStep kAbemHeaderWords[] = {
 
 // The first two items share a line; every item ends one.
 constexpr const char* kHelpLines[] = {
-    "ABEM Terralock Mark 3 to SU format conversion"
-    "This module will convert Terralock Mark 3 records to SU format. ",
+    ("ABEM Terralock Mark 3 to SU format conversion"
+     "This module will convert Terralock Mark 3 records to SU format. "),
     " 1- Select the first file of your line",
     " 2- Enter the number of files (numbers must be increasing!) ",
     "    without gap number",
