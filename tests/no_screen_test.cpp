@@ -22,32 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Sets or clears an environment variable for the length of a test.
-class EnvVar {
- public:
-  EnvVar(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    if (value != nullptr) {
-      setenv(name, value, 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-  ~EnvVar() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-  EnvVar(const EnvVar&) = delete;
-  EnvVar& operator=(const EnvVar&) = delete;
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
-
 bool WindowsBuilt() { return fs::exists(Bin("vexmor")) && fs::exists(Bin("vexmor-view")); }
 
 // A display number with no X server behind it.

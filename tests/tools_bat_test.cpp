@@ -226,30 +226,6 @@ TEST(ToolsBatchRunner, BackslashPathsInArgumentsAndRedirections) {
   }
 }
 
-// Sets an environment variable for the length of a test.
-class EnvVar {
- public:
-  EnvVar(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    if (value != nullptr) {
-      setenv(name, value, 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-  ~EnvVar() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
-
 TEST(ToolsShellWindow, TerminalOnlyWhenAskedAndThere) {
   TempDir dir;
   // A stand-in terminal that runs what follows -e.
