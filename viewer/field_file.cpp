@@ -242,13 +242,17 @@ void OpenKgs(FieldFile::State& s, KgsKind kind) {
 }  // namespace
 
 std::unique_ptr<FieldFile> FieldFile::Open(const std::string& path) {
-  auto s = std::make_unique<State>();
-  s->path = path;
   std::string dataPath = path;
   // A RAMAC profile is two files, and its data file has no header to know it by.
   if (EndsWith(path, ".rad")) dataPath = ResolveExisting(ReplaceLastThree(path, "rd3"));
   if (EndsWith(path, ".hd")) dataPath = ResolveExisting(path.substr(0, path.size() - 2) + "DT1");
-  s->file = BinaryFile(dataPath, BinaryFile::Mode::Read);
+  return Open(path, dataPath, BinaryFile(dataPath, BinaryFile::Mode::Read));
+}
+
+std::unique_ptr<FieldFile> FieldFile::Open(const std::string& path, const std::string& dataPath, BinaryFile data) {
+  auto s = std::make_unique<State>();
+  s->path = path;
+  s->file = std::move(data);
   const int64_t size = s->file.Size();
   if (size == 0) throw std::runtime_error(path + ": the file is empty");
   std::vector<uint8_t> head(static_cast<size_t>(std::min<int64_t>(size, kHeadBytes)));

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "core/binary_file.h"
+
 namespace vexmor::view {
 
 enum class Format { Su, Segy, Seg2, Segd, Dzt, Ramac, Dt1, Kgs };
@@ -26,6 +28,10 @@ class FieldFile {
   // Opens the file and works out its format; throws std::exception with a
   // message naming the file for one it can't read.
   static std::unique_ptr<FieldFile> Open(const std::string& path);
+  // The same for data already open (bytes in memory, for the fuzzer): path
+  // names it in messages, dataPath is what its name and its side files
+  // (.rad, .HD) are looked up by.
+  static std::unique_ptr<FieldFile> Open(const std::string& path, const std::string& dataPath, BinaryFile data);
   ~FieldFile();
   FieldFile(const FieldFile&) = delete;
   FieldFile& operator=(const FieldFile&) = delete;
