@@ -140,15 +140,24 @@ TEST(DztLayout, TheTextNeverReplacesTheRadarFile) {
   EXPECT_EQ(test::ReadBytes(dir / "misnamed.txt"), bytes);
 }
 
-TEST(DztLayout, ACutLastScanIsLeftOutAndSaid) {
+TEST(DztLayout, ACutLastScanIsWrittenPaddedAndSaid) {
   TempDir dir;
   std::vector<uint8_t> bytes = MakeDzt(4, 16, 1, {1, 2, 3, 4, 5, 6});
   test::WriteBytes(dir / "cut.DZT", bytes);
   const DztToTextResult r = DztToText(dir / "cut.DZT", dir / "cut.TXT", {});
   EXPECT_EQ(r.header.scans, 1);
   EXPECT_EQ(r.header.leftoverBytes, 4);
+  EXPECT_EQ(r.columns, 2);
+  EXPECT_TRUE(r.damaged);
   ASSERT_EQ(r.notes.size(), 1u);
-  EXPECT_NE(r.notes[0].find("cut short"), std::string::npos);
+  EXPECT_EQ(r.notes[0], "Scan 2 is cut short (4 of 8 bytes): written padded with zeros.");
+  // Centred 16-bit: a stored 0 is -32768.
+  EXPECT_EQ(test::ReadText(dir / "cut.TXT"), "-32767,-32763\r\n-32766,-32762\r\n-32765,-32768\r\n-32764,-32768\r\n");
+  // Two channels, the cut scan ends inside the first: the second is all padding.
+  test::WriteBytes(dir / "two.DZT", MakeDzt(2, 8, 2, {1, 2, 3, 4, 5}));
+  const DztToTextResult two = DztToText(dir / "two.DZT", "", {.channel = 0, .centre = false});
+  EXPECT_EQ(test::ReadText(dir / "two_1.TXT"), "1,5\r\n2,0\r\n");
+  EXPECT_EQ(test::ReadText(dir / "two_2.TXT"), "3,0\r\n4,0\r\n");
 }
 
 TEST(DztRobustness, BrokenFilesAreRefusedWithTheirName) {
@@ -194,6 +203,13 @@ TEST(RtoawProgram, MessagesAndExitStatus) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(test::ReadText(dir / "ok.TXT"), "2\r\n-2\r\n");
   EXPECT_NE(r.out.find("Samples per scan: 2."), std::string::npos);
+  // Damaged input: everything written, said, and the status says so.
+  test::WriteBytes(dir / "cut.DZT", MakeDzt(2, 8, 1, {130, 126, 129}));
+  r = RunTool(dir, kBin + "/rtoaw " + dir / "cut.DZT");
+  EXPECT_EQ(r.status, 1) << r.err;
+  EXPECT_EQ(test::ReadText(dir / "cut.TXT"), "2,1\r\n-2,-128\r\n");
+  EXPECT_NE(r.out.find("of 2 columns (scans)"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("Scan 2 is cut short (1 of 2 bytes): written padded with zeros."), std::string::npos) << r.out;
   // A channel number is the whole word, in range: "1x" and 2^32 + 1 are
   // refused, not read as 1.
   for (const std::string bad : {"1x", "4294967297", "0"}) {

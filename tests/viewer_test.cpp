@@ -197,6 +197,13 @@ TEST(ViewerFormats, BadFilesAreToldOrShownAsFarAsSound) {
   ASSERT_FALSE(f->Notes().empty());
   EXPECT_NE(f->Notes().front().find("cut short"), std::string::npos);
   EXPECT_EQ(TraceOf(*f, 99).samples, (std::vector<float>(4, 0.0f)));  // outside: zeros, no failure
+  // The same for a DZT scan cut short (16-bit, zero at 32768: a missing sample shows -32768).
+  test::WriteBytes(dir / "cut.DZT", MakeDzt(2, 16, 1, {32769, 32770, 32771}));
+  auto dzt = FieldFile::Open(dir / "cut.DZT");
+  EXPECT_EQ(dzt->Info().traces, 2);
+  EXPECT_EQ(TraceOf(*dzt, 1).samples, (std::vector<float>{3, -32768}));
+  ASSERT_FALSE(dzt->Notes().empty());
+  EXPECT_NE(dzt->Notes().front().find("cut short: shown padded"), std::string::npos);
 
   // Every length of a file cut anywhere opens or is refused, never worse.
   const std::vector<uint8_t> seg2 = MakeSeg2({"NOTE x"}, {{{1, 2, 3}, {}}, {{4, 5, 6}, {}}}, 3, false);

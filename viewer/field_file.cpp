@@ -142,12 +142,12 @@ void OpenDzt(FieldFile::State& s) {
   s.dzt = ReadDztHeader(s.file);
   s.info.format = Format::Dzt;
   s.info.name = "DZT";
-  s.info.traces = s.dzt.scans;
+  s.info.traces = s.dzt.scans + (s.dzt.leftoverBytes > 0 ? 1 : 0);
   s.info.samples = s.dzt.samplesPerScan;
   s.info.interval = s.dzt.rangeNs > 0 ? s.dzt.rangeNs / s.dzt.samplesPerScan : 0;
   s.info.radar = true;
   if (s.dzt.channels > 1) s.Note("channel 1 of " + std::to_string(s.dzt.channels) + " is shown");
-  if (s.dzt.leftoverBytes > 0) s.Note("the last scan is cut short and left out");
+  if (s.dzt.leftoverBytes > 0) s.Note("the last scan is cut short: shown padded with zeros");
 }
 
 void OpenRamac(FieldFile::State& s, const std::string& radPath) {

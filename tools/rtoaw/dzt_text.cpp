@@ -3,6 +3,8 @@
 #include <cctype>
 #include <charconv>
 #include <filesystem>
+#include <algorithm>
+#include <cstring>
 #include <span>
 
 #include "core/binary_file.h"
@@ -73,15 +75,25 @@ DztToTextResult DztToText(const std::string& input, const std::string& output, c
   const auto width = static_cast<size_t>(h.BytesPerSample());
   const auto scanBytes = static_cast<size_t>(h.ScanBytes());
   const int32_t zero = !options.centre ? 0 : h.bits == 8 ? 128 : h.bits == 16 ? 32768 : 0;
+  // A last scan cut short is written too, its missing bytes read as 0, as
+  // our other tools pad a cut trace: nothing the file holds is dropped.
+  const auto whole = static_cast<size_t>(h.scans);
+  result.columns = h.scans + (h.leftoverBytes > 0 ? 1 : 0);
   for (size_t k = 0; k < names.size(); ++k) {
-    const uint8_t* channel = bytes.data() + h.headerBytes + (size_t(first) + k) * ns * width;
+    const size_t channel = static_cast<size_t>(h.headerBytes) + (size_t(first) + k) * ns * width;
     BinaryFile out(names[k], BinaryFile::Mode::Create);
     int64_t at = 0;
     const auto value = [&](size_t scan, size_t sample) -> int32_t {
-      const uint8_t* p = channel + scan * scanBytes + sample * width;
+      const size_t offset = channel + scan * scanBytes + sample * width;
+      uint8_t cut[4] = {0, 0, 0, 0};
+      const uint8_t* p = bytes.data() + offset;
+      if (scan >= whole) {
+        if (offset < bytes.size()) std::memcpy(cut, p, std::min(width, bytes.size() - offset));
+        p = cut;
+      }
       return (width == 1 ? int32_t(p[0]) : width == 2 ? int32_t(GetLE16(p) & 0xFFFF) : GetLE32(p)) - zero;
     };
-    WriteColumnText(h.samplesPerScan, h.scans, value, [&](std::string_view row) {
+    WriteColumnText(h.samplesPerScan, result.columns, value, [&](std::string_view row) {
       out.Write(at, row.data(), row.size());
       at += static_cast<int64_t>(row.size());
       if (++done % 4096 == 0) mapped.Forget();
@@ -92,10 +104,12 @@ DztToTextResult DztToText(const std::string& input, const std::string& output, c
   }
   if (progress) progress(rows, rows);
   if (h.leftoverBytes > 0) {
-    result.notes.push_back("The last " + std::to_string(h.leftoverBytes) +
-                           " bytes of the file are a scan cut short; they were left out.");
+    result.damaged = true;
+    result.notes.push_back("Scan " + std::to_string(result.columns) + " is cut short (" +
+                           std::to_string(h.leftoverBytes) + " of " + std::to_string(scanBytes) +
+                           " bytes): written padded with zeros.");
   }
-  if (h.scans > 32767 || h.samplesPerScan > 8131) {
+  if (result.columns > 32767 || h.samplesPerScan > 8131) {
     result.notes.push_back("The ASCII import takes at most 32767 traces of at most 8131 samples.");
   }
   return result;

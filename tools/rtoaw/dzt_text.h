@@ -52,6 +52,8 @@ struct DztToTextResult {
   DztHeader header;
   std::vector<std::string> outputs;  // the text files written
   std::vector<std::string> notes;    // for the user, each a full sentence
+  int64_t columns = 0;               // scans written, a last one cut short included
+  bool damaged = false;              // a scan was cut short and padded
 };
 
 // The text file names for the channels: the output as given for a file of

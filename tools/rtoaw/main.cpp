@@ -31,6 +31,7 @@ const char* const kUsage =
     "            1024-byte header, then traces of half the samples per scan (ASCII import gives the same)\n"
     "  -h, --help  this text\n"
     "The text has one row for each sample and one column for each scan, separated by commas.\n"
+    "A last scan cut short is written padded with zeros and said; the exit status is then 1.\n"
 #ifdef VEXMOR_TOOL_WINDOW
     "Started with no argument on a desktop, rtoaw opens its window.\n"
     "  --screenshot FILE.png [-w] [FILE.DZT [FILE.TXT]]   draw the window to a picture and end; with a\n"
@@ -123,13 +124,13 @@ int main(int argc, char** argv) {
               << " bits, " << h.channels << " channel" << (h.channels == 1 ? "" : "s") << ", time window "
               << h.rangeNs << " ns\n";
     for (const std::string& name : r.outputs) {
-      std::cout << "written " << name << ": " << h.samplesPerScan << " rows (samples) of " << h.scans
+      std::cout << "written " << name << ": " << h.samplesPerScan << " rows (samples) of " << r.columns
                 << " columns (scans)\n";
     }
     for (const std::string& note : r.notes) std::cout << note << '\n';
     std::cout << "Samples per scan: " << h.samplesPerScan
               << ". Remember this number: the ASCII import asks for it.\n";
-    return 0;
+    return r.damaged ? 1 : 0;  // everything is written, but the input was damaged
   } catch (const DztError& e) {
     std::cerr << "rtoaw: " << e.what() << '\n';
   } catch (const RunTimeFailure& e) {
