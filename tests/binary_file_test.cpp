@@ -1,8 +1,13 @@
 #include "core/binary_file.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <span>
+#include <vector>
 
 #include "core/failure.h"
+#include "core/mapped_file.h"
 #include "core/su_trace.h"
 #include "test_util.h"
 
@@ -159,6 +164,40 @@ TEST(BinaryFile, DirectReadsSeeWritesAndCostOneCallEach) {
   EXPECT_EQ(m.ReadDirect(1, b, 4), 2u);
   EXPECT_EQ(b[0], 2);
   EXPECT_EQ(b[2], 0);
+}
+
+}  // namespace
+}  // namespace vexmor
+
+namespace vexmor {
+namespace {
+
+// Another program cutting a file short while we have it mapped must not
+// kill us: the lost pages read as zeros and the map says so.
+TEST(MappedFile, AFileCutShortWhileMappedReadsZerosAndSaysSo) {
+  TempDir dir;
+  const long page = ::sysconf(_SC_PAGESIZE);
+  for (const MappedFile::Use use : {MappedFile::Use::Walk, MappedFile::Use::Whole}) {
+    test::WriteBytes(dir / "f", std::vector<uint8_t>(static_cast<size_t>(3 * page), 7));
+    const MappedFile mapped(dir / "f", use);
+    const std::span<const uint8_t> bytes = mapped.Bytes();
+    ASSERT_EQ(bytes.size(), size_t(3 * page));
+    EXPECT_EQ(bytes[0], 7);
+    EXPECT_FALSE(mapped.CutWhileRead());
+    ASSERT_EQ(::truncate((dir / "f").c_str(), page), 0);
+    EXPECT_EQ(bytes[size_t(page) - 1], 7);          // still in the file
+    EXPECT_EQ(bytes[size_t(2 * page) + 5], 0);      // lost: zeros, no SIGBUS
+    EXPECT_EQ(bytes[size_t(3 * page) - 1], 0);
+    EXPECT_TRUE(mapped.CutWhileRead());
+    mapped.Forget();                                // the pages handed back fault again, just as safely
+    EXPECT_EQ(bytes[size_t(page) + 1], 0);
+    EXPECT_EQ(bytes[1], 7);
+  }
+  // A file left whole is not said to be cut, and a later map starts clean.
+  test::WriteBytes(dir / "g", std::vector<uint8_t>(static_cast<size_t>(page), 1));
+  const MappedFile whole(dir / "g");
+  EXPECT_EQ(whole.Bytes()[size_t(page) - 1], 1);
+  EXPECT_FALSE(whole.CutWhileRead());
 }
 
 }  // namespace

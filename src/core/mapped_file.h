@@ -35,8 +35,15 @@ class MappedFile {
   // file larger than memory calls it now and then to stay small.
   void Forget() const;
 
+  // True when another program cut the file short while it was mapped and a
+  // page past its new end was touched: such a page reads as zeros (as bytes
+  // past the end of a file do everywhere in the system) instead of the
+  // program being killed, and the reader says the input changed.
+  bool CutWhileRead() const;
+
  private:
   char* mapped_ = nullptr;
+  int guard_ = -1;
   size_t size_ = 0;
   std::string copy_;
 };

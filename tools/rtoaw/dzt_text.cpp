@@ -45,6 +45,10 @@ std::vector<std::string> DztTextNames(const std::string& input, const std::strin
   return names;
 }
 
+std::string CutWhileReadNote(const std::string& input) {
+  return input + " was cut short by another program while it was read: what was lost is written as zeros.";
+}
+
 DztToTextResult DztToText(const std::string& input, const std::string& output, const DztToTextOptions& options,
                           const std::function<void(int64_t, int64_t)>& progress) {
   DztToTextResult result;
@@ -103,6 +107,10 @@ DztToTextResult DztToText(const std::string& input, const std::string& output, c
     result.outputs.push_back(names[k]);
   }
   if (progress) progress(rows, rows);
+  if (mapped.CutWhileRead()) {
+    result.damaged = true;
+    result.notes.push_back(CutWhileReadNote(input));
+  }
   if (h.leftoverBytes > 0) {
     result.damaged = true;
     result.notes.push_back("Scan " + std::to_string(result.columns) + " is cut short (" +

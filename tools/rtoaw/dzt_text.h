@@ -56,6 +56,9 @@ struct DztToTextResult {
   bool damaged = false;              // a scan was cut short and padded
 };
 
+// The note of a DZT file that another program cut short while we read it.
+std::string CutWhileReadNote(const std::string& input);
+
 // The text file names for the channels: the output as given for a file of
 // one channel, NAME_1.TXT, NAME_2.TXT ... for several. An empty output is
 // the input's name with the extension TXT (in the input's letter case).

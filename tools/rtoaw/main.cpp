@@ -116,7 +116,8 @@ int main(int argc, char** argv) {
       std::cout << "written " << text << ": " << w.words << " rows (words of two samples) of " << w.traces
                 << " columns (traces)\n"
                 << "Samples per scan for the ASCII import: " << w.words << ". Remember this number.\n";
-      return 0;
+      for (const std::string& note : w.notes) std::cout << note << '\n';
+      return w.notes.empty() ? 0 : 1;
     }
     const DztToTextResult r = DztToText(input, output, options);
     const DztHeader& h = r.header;

@@ -173,10 +173,11 @@ class RtoawWindow : public QWidget {
       try {
         const WordTextResult r = DztWordsToText(input.toStdString(), output.toStdString());
         setEnabled(true);
-        QMessageBox::information(this, kTitle,
-                                 "Conversion OK! " + output + " has been recorded.\n\n" +
-                                     QString("Samples per scan: %1. Remember this number: the ASCII import asks "
-                                             "for it.").arg(r.words));
+        QString text = "Conversion OK! " + output + " has been recorded.\n\n" +
+                       QString("Samples per scan: %1. Remember this number: the ASCII import asks for it.")
+                           .arg(r.words);
+        for (const std::string& note : r.notes) text += "\n\n" + QString::fromStdString(note);
+        QMessageBox::information(this, kTitle, text);
       } catch (const std::exception& e) {
         setEnabled(true);
         QMessageBox::critical(this, kTitle, QString::fromStdString(e.what()));

@@ -26,7 +26,7 @@ WordTextResult DztWordsToText(const std::string& input, const std::string& outpu
     throw DztError(input + ": no trace of words: " + std::to_string(layout.samplesPerScan) + " samples per scan of " +
                    std::to_string(layout.bits) + " bits in " + std::to_string(in.Size()) + " bytes");
   }
-  WordTextResult result{layout.words, layout.traces};
+  WordTextResult result{layout.words, layout.traces, {}};
   in.Close();
   // Every row takes a word from each trace: the file is mapped, not copied,
   // and the pages walked are handed back every few thousand rows. Words
@@ -51,6 +51,7 @@ WordTextResult DztWordsToText(const std::string& input, const std::string& outpu
   });
   out.Close();
   if (progress) progress(layout.words, layout.words);
+  if (mapped.CutWhileRead()) result.notes.push_back(CutWhileReadNote(input));
   return result;
 }
 

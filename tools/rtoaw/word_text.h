@@ -6,12 +6,14 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace vexmor {
 
 struct WordTextResult {
   int words = 0;       // rows: the samples per trace to type in the ASCII import
   int64_t traces = 0;  // columns
+  std::vector<std::string> notes;  // for the user, each a full sentence (damaged input)
 };
 
 // Throws DztError (not such a file) or RunTimeFailure (can't be read or written).
