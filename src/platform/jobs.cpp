@@ -45,11 +45,18 @@ JobTable& Jobs() {
 
 void WaitInBackground(pid_t pid) {
   std::thread([pid] {
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    // Waited for without being reaped, and reaped only under the lock: while
+    // a pid is in the tables it is still ours (running or a zombie), so the
+    // last resort of WaitForJobs can never signal a process that took its
+    // number after it.
+    siginfo_t info{};
+    while (waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
     }
     JobTable& jobs = Jobs();
     const std::lock_guard<std::mutex> hold(jobs.lock);
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    }
     jobs.running.erase(pid);
     jobs.windows.erase(pid);
     jobs.ended.notify_all();
