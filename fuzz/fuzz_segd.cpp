@@ -22,6 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       // only up to an SU trace's length.
       if (trace.ns < 1 || trace.ns > 65535) __builtin_trap();
       if (trace.presentBytes < 0 || trace.presentBytes > trace.sampleBytes) __builtin_trap();
+      if (trace.ownNs == trace.ns || trace.ownNs < 0) __builtin_trap();
       if (trace.presentBytes > 0 && trace.samplesOffset + trace.presentBytes > static_cast<int64_t>(size)) {
         __builtin_trap();
       }

@@ -306,6 +306,45 @@ TEST(ToolsSegdRead, ATraceCutShortIsPaddedToTheLengthOfItsChannelSet) {
   EXPECT_EQ(run.err.find("cut short"), std::string::npos) << run.err;
 }
 
+// Rev 2 traces give their own sample counts in their header extension. A
+// channel set's traces all take the count of its first, so that the SU
+// stream keeps one ns: a longer trace loses its tail, a shorter one is
+// padded, both are said, and the next trace is still found.
+TEST(ToolsSegdRead, ExtensionCountsThatDifferWithinASetKeepOneNs) {
+  TempDir dir;
+  constexpr int kNs = 17;
+  const size_t trace = 20 + 32 + 4 * kNs;
+  const auto whole = DistinctSegd(kNs, 3);
+  std::vector<uint8_t> record(whole.begin(), whole.begin() + std::ptrdiff_t(128 + trace));  // to the aux trace's end
+  for (const auto& [c, own] : std::vector<std::pair<int, int>>{{1, kNs}, {2, kNs + 2}, {3, kNs - 2}}) {
+    std::vector<uint8_t> head(whole.begin() + std::ptrdiff_t(128 + size_t(c) * trace),
+                              whole.begin() + std::ptrdiff_t(128 + size_t(c) * trace + 52));
+    head[20 + 9] = uint8_t(own);  // samples per trace, 24 bits from byte 7 of the extension
+    record.insert(record.end(), head.begin(), head.end());
+    const auto samples = Float8058(own, c);
+    record.insert(record.end(), samples.begin(), samples.end());
+  }
+  WriteBytes(dir / "own.sgd", record);
+  const ToolRun run = RunIn(dir.Str(), "'" + Bin("segdread") + "' tape=own.sgd > out.su");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.err.find("own.sgd: record 1: trace 2 says 19 samples, the first of its channel set 17: written with "
+                         "17, the rest left out"),
+            std::string::npos)
+      << run.err;
+  EXPECT_NE(run.err.find("own.sgd: record 1: trace 3 is cut short (60 of 68 sample bytes): padded with zeros"),
+            std::string::npos)
+      << run.err;
+  const auto su = ReadSu(dir / "out.su");
+  ASSERT_EQ(su.size(), 3u);
+  for (const auto& t : su) ASSERT_EQ(GetLE16(t.header.data() + 114), kNs);
+  for (size_t i = 0; i < size_t(kNs); ++i) {
+    EXPECT_EQ(su[0].samples[i], float(100 + i));
+    EXPECT_EQ(su[1].samples[i], float(200 + i));
+    EXPECT_EQ(su[2].samples[i], i < size_t(kNs - 2) ? float(300 + i) : 0.0f);
+  }
+  EXPECT_EQ(GetWord(su[2].header.data(), SuWordNamed("tracf")), 3);
+}
+
 TEST(ToolsSegdRead, EmptyTraceHeadersCannotClaimMoreZerosThanTheFileHolds) {
   TempDir dir;
   constexpr int kNs = 1005;  // 0 to 502 ms at 0.5 ms

@@ -162,6 +162,9 @@ struct ChannelSet {
   // Worked out from the time span at the set's first trace of the record;
   // its other traces have the same count, so one cut short is padded.
   int64_t spanNs = 0;
+  // The count of the set's first trace in the record, which its other
+  // traces are given too.
+  int64_t firstNs = 0;
 };
 
 struct Record {
@@ -418,19 +421,23 @@ bool SegdReader::Next(SegdTrace& out) {
     ChannelSet& set = found->second;
     const int extensions = th[9];
     const int bcdTraceNumber = Bcd(th + 4, 4);
-    const int64_t ns = TraceSamples(file, rec, set, at, extensions);
-    if (ns <= 0 || ns > 65535) {
-      throw SegdError(s.name + ": trace at byte " + std::to_string(at) + " has " + std::to_string(ns) +
+    const int64_t own = TraceSamples(file, rec, set, at, extensions);
+    if (own <= 0 || own > 65535) {
+      throw SegdError(s.name + ": trace at byte " + std::to_string(at) + " has " + std::to_string(own) +
                       " samples; an SU trace holds 1 to 65535");
     }
+    if (set.firstNs == 0) set.firstNs = own;
+    const int64_t ns = set.firstNs;
     const size_t samplesAt = at + 20 + size_t(extensions) * kBlock;
     const auto bytes = size_t(SampleBytes(*rec.codec, ns));
+    // Where the next trace starts is the trace's own business.
+    const auto ownBytes = size_t(SampleBytes(*rec.codec, own));
     // A trace cut short keeps the samples that are there: by the end of the
     // file, or inside the record by the next trace header coming early.
-    size_t present = samplesAt >= size ? 0 : std::min(bytes, size - samplesAt);
-    size_t next = samplesAt + bytes;
+    size_t present = samplesAt >= size ? 0 : std::min(ownBytes, size - samplesAt);
+    size_t next = samplesAt + ownBytes;
     const bool moreInRecord = s.traceIndex + 1 < rec.traceCount;
-    if (present == bytes && moreInRecord && next + 20 <= size) {
+    if (present == ownBytes && moreInRecord && next + 20 <= size) {
       uint8_t there[20];
       file.file.Read(static_cast<int64_t>(next), there, sizeof there);
       if (!LooksLikeHeader(rec, th, there)) {
@@ -475,7 +482,8 @@ bool SegdReader::Next(SegdTrace& out) {
     out.samplesOffset = static_cast<int64_t>(samplesAt);
     out.formatCode = rec.codec->code;
     out.sampleBytes = static_cast<int64_t>(bytes);
-    out.presentBytes = static_cast<int64_t>(present);
+    out.presentBytes = static_cast<int64_t>(std::min(present, bytes));
+    out.ownNs = own != ns ? own : 0;
     return true;
   }
 }

@@ -35,6 +35,11 @@ struct SegdTrace {
   int64_t sampleBytes = 0;
   int64_t presentBytes = 0;
   bool CutShort() const { return presentBytes < sampleBytes; }
+  // Every trace of a channel set is given the count of the set's first
+  // trace, so that an SU stream keeps one ns. A trace whose own header
+  // extension says another count has it here (else 0): fewer are padded
+  // (and it is cut short), the samples past ns are left out.
+  int64_t ownNs = 0;
 };
 
 class SuHeader;

@@ -72,6 +72,13 @@ int Main(int argc, char** argv) {
       ++cut;
       status = kDamagedInput;
     }
+    if (trace.ownNs > trace.ns) {
+      const int64_t number = trace.traceNumber > 0 ? trace.traceNumber : written;
+      Note(tape + ": record " + std::to_string(trace.record) + ": trace " + std::to_string(number) + " says " +
+           std::to_string(trace.ownNs) + " samples, the first of its channel set " + std::to_string(trace.ns) +
+           ": written with " + std::to_string(trace.ns) + ", the rest left out");
+      status = kDamagedInput;
+    }
   }
   output.Flush();
   Note(tape + ": " + std::to_string(reader.Records()) + " record(s), " + std::to_string(written) + " traces written" +
