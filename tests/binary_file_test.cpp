@@ -1,7 +1,10 @@
 #include "core/binary_file.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <functional>
 
 #include <span>
 #include <vector>
@@ -9,6 +12,7 @@
 #include "core/failure.h"
 #include "core/mapped_file.h"
 #include "core/su_trace.h"
+#include "core/text_reader.h"
 #include "test_util.h"
 
 namespace vexmor {
@@ -198,6 +202,40 @@ TEST(MappedFile, AFileCutShortWhileMappedReadsZerosAndSaysSo) {
   const MappedFile whole(dir / "g");
   EXPECT_EQ(whole.Bytes()[size_t(page) - 1], 1);
   EXPECT_FALSE(whole.CutWhileRead());
+}
+
+// A named pipe nobody writes to and a device without an end: each reader
+// refuses at once with the path, where a blocking open or a read to the end
+// would never come back.
+TEST(ReadersOfFiles, RefuseAPipeOrADeviceWithoutWaiting) {
+  TempDir dir;
+  const std::string fifo = dir / "pipe.su";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  const auto saysNotPlain = [](const std::function<void()>& open, const std::string& path) {
+    try {
+      open();
+      ADD_FAILURE() << path << " was read";
+    } catch (const RunTimeFailure& failure) {
+      EXPECT_EQ(std::string(failure.what()), path + ": not a plain file");
+    }
+  };
+  saysNotPlain([&] { BinaryFile f(fifo, BinaryFile::Mode::Read); }, fifo);
+  saysNotPlain([&] { MappedFile m(fifo); }, fifo);
+  saysNotPlain([&] { ReadWholeFile(fifo); }, fifo);
+  saysNotPlain([&] { ReadWholeFile("/dev/zero"); }, "/dev/zero");
+  saysNotPlain([&] { MappedFile m("/dev/zero"); }, "/dev/zero");
+  // A device still opens as a file of no bytes, as before.
+  EXPECT_EQ(BinaryFile("/dev/zero", BinaryFile::Mode::Read).Size(), 0);
+  // A plain file reads whole; a folder is named as one.
+  test::WriteBytes(dir / "t.txt", {'a', '\r', '\n', 'b'});
+  EXPECT_EQ(ReadWholeFile(dir / "t.txt"), "a\r\nb");
+  EXPECT_THROW(ReadWholeFile(dir / "missing"), RunTimeFailure);
+  try {
+    ReadWholeFile(dir.Str());
+    ADD_FAILURE() << "a folder was read";
+  } catch (const RunTimeFailure& failure) {
+    EXPECT_EQ(std::string(failure.what()), dir.Str() + ": is a folder");
+  }
 }
 
 }  // namespace

@@ -37,13 +37,22 @@ BinaryFile::BinaryFile(const std::string& path, Mode mode) : path_(path) {
     flags = O_RDWR | O_CREAT | (mode == Mode::Create ? O_TRUNC : 0);
     if (mode == Mode::Update) actual = ResolveExisting(path);
   }
-  fd_ = ::open(actual.c_str(), flags | O_CLOEXEC, 0644);
+  // Not blocking: a named pipe with no writer would hold the open for ever.
+  fd_ = ::open(actual.c_str(), flags | O_CLOEXEC | (mode == Mode::Read ? O_NONBLOCK : 0), 0644);
   if (fd_ < 0) FailOpen(path, errno);
   // A folder opens for reading here, but it is no file to read.
   struct stat info {};
   if (::fstat(fd_, &info) == 0 && S_ISDIR(info.st_mode)) {
     ::close(std::exchange(fd_, -1));
     FailOpen(path, EISDIR);
+  }
+  if (mode == Mode::Read) {
+    // A pipe has no size and no places to seek to: nothing a reader can walk.
+    if (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode)) {
+      ::close(std::exchange(fd_, -1));
+      throw RunTimeFailure(FailureCode::PathAccess, path + ": not a plain file");
+    }
+    ::fcntl(fd_, F_SETFL, ::fcntl(fd_, F_GETFL) & ~O_NONBLOCK);
   }
   const off_t end = ::lseek(fd_, 0, SEEK_END);
   size_ = end < 0 ? 0 : end;

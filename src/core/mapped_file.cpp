@@ -91,7 +91,8 @@ void Unwatch(int i) {
 
 MappedFile::MappedFile(const std::string& path, Use use) {
   const std::string actual = ResolveExisting(path);
-  const int fd = ::open(actual.c_str(), O_RDONLY | O_CLOEXEC);
+  // Not blocking: a named pipe with no writer would hold the open for ever.
+  const int fd = ::open(actual.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (fd < 0) throw RunTimeFailure(FailureCode::FileNotFound, path + ": cannot be opened");
   struct stat st{};
   if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {

@@ -1,8 +1,11 @@
 #include "core/text_reader.h"
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include "core/failure.h"
 #include "core/numbers.h"
@@ -12,16 +15,32 @@ namespace vexmor {
 
 std::string ReadWholeFile(const std::string& path) {
   const std::string actual = ResolveExisting(path);
-  // A folder opens as a stream here, but it is no text to read.
-  std::error_code ec;
-  if (std::filesystem::is_directory(actual, ec)) {
-    throw RunTimeFailure(FailureCode::PathAccess, path + ": is a folder");
+  // Not blocking: a named pipe with no writer would hold the open for ever.
+  const int fd = ::open(actual.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) throw RunTimeFailure(FailureCode::FileNotFound, path + ": cannot be opened");
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    const bool folder = S_ISDIR(st.st_mode);
+    ::close(fd);
+    // A device such as /dev/zero has no end to read to.
+    throw RunTimeFailure(FailureCode::PathAccess, path + (folder ? ": is a folder" : ": not a plain file"));
   }
-  std::ifstream in(actual, std::ios::binary);
-  if (!in) throw RunTimeFailure(FailureCode::FileNotFound, path + ": cannot be opened");
-  std::ostringstream out;
-  out << in.rdbuf();
-  return out.str();
+  std::string text;
+  text.resize(static_cast<size_t>(st.st_size));
+  size_t got = 0;
+  while (got < text.size()) {
+    const ssize_t n = ::read(fd, text.data() + got, text.size() - got);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      ::close(fd);
+      throw RunTimeFailure(FailureCode::PathAccess, path + ": " + std::strerror(errno));
+    }
+    if (n == 0) break;  // cut short since the size was taken
+    got += static_cast<size_t>(n);
+  }
+  ::close(fd);
+  text.resize(got);
+  return text;
 }
 
 bool LineReader::Next(std::string& line) {

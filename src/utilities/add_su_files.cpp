@@ -130,7 +130,8 @@ std::span<const ControlDef> AddSuFilesControls() { return kControls; }
 
 bool AppendWholeFile(const std::string& input, const std::string& output) {
   if (output.empty()) return false;
-  Fd out(::open(ResolveExisting(output).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+  // Not blocking: a named pipe nobody reads would hold the open for ever.
+  Fd out(::open(ResolveExisting(output).c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0644));
   if (out.get() < 0) return false;
   if (input.empty()) return false;
   // Plain files only: a device or a pipe has no end to join up to.
