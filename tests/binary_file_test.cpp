@@ -230,6 +230,18 @@ TEST(ReadersOfFiles, RefuseAPipeOrADeviceWithoutWaiting) {
   test::WriteBytes(dir / "t.txt", {'a', '\r', '\n', 'b'});
   EXPECT_EQ(ReadWholeFile(dir / "t.txt"), "a\r\nb");
   EXPECT_THROW(ReadWholeFile(dir / "missing"), RunTimeFailure);
+  // A many-GB file picked by mistake is refused from its size, nothing read.
+  const std::string big = dir / "big.asc";
+  test::WriteBytes(big, {'1'});
+  ASSERT_EQ(::truncate(big.c_str(), kLargestWholeText + 1), 0);
+  try {
+    ReadWholeFile(big);
+    ADD_FAILURE() << "a file over the limit was read";
+  } catch (const RunTimeFailure& failure) {
+    EXPECT_EQ(failure.Code(), FailureCode::OutOfMemory);
+    EXPECT_EQ(std::string(failure.what()),
+              big + ": " + std::to_string(kLargestWholeText + 1) + " bytes, too large to be read whole as a text");
+  }
   try {
     ReadWholeFile(dir.Str());
     ADD_FAILURE() << "a folder was read";

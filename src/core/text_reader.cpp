@@ -25,6 +25,14 @@ std::string ReadWholeFile(const std::string& path) {
     // A device such as /dev/zero has no end to read to.
     throw RunTimeFailure(FailureCode::PathAccess, path + (folder ? ": is a folder" : ": not a plain file"));
   }
+  // The texts read whole (records, headers, settings) are a few MB at most;
+  // a wrong pick of a many-GB file is said, not paged in until the system
+  // ends us.
+  if (st.st_size > kLargestWholeText) {
+    ::close(fd);
+    throw RunTimeFailure(FailureCode::OutOfMemory, path + ": " + std::to_string(st.st_size) +
+                                                       " bytes, too large to be read whole as a text");
+  }
   std::string text;
   text.resize(static_cast<size_t>(st.st_size));
   size_t got = 0;

@@ -1,13 +1,18 @@
 #pragma once
 // Readers of the text files of the instruments: lines ending in CR LF, LF or
 // CR, and values separated by commas or line ends.
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace vexmor {
 
-// The whole file as text; throws RunTimeFailure when it cannot be read.
+// The largest file ReadWholeFile takes.
+inline constexpr int64_t kLargestWholeText = int64_t{256} << 20;
+
+// The whole file as text; throws RunTimeFailure when it cannot be read, is
+// no plain file (a folder, a device, a pipe) or is larger than the above.
 std::string ReadWholeFile(const std::string& path);
 
 class LineReader {
