@@ -1,12 +1,16 @@
 #include "core/paths.h"
 
+#include <fcntl.h>
 #include <fnmatch.h>
 #include <strings.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
+
+#include "core/failure.h"
 
 namespace vexmor {
 
@@ -72,6 +76,19 @@ bool SameExistingFile(const std::string& a, const std::string& b) {
   std::error_code ec;
   const bool same = fs::equivalent(ResolveExisting(a), ResolveExisting(b), ec);
   return same && !ec;
+}
+
+int OpenPlainFile(const std::string& path, int64_t& size) {
+  const int fd = ::open(ResolveExisting(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) throw RunTimeFailure(FailureCode::FileNotFound, path + ": cannot be opened");
+  struct stat st {};
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    const bool folder = S_ISDIR(st.st_mode);
+    ::close(fd);
+    throw RunTimeFailure(FailureCode::PathAccess, path + (folder ? ": is a folder" : ": not a plain file"));
+  }
+  size = st.st_size;
+  return fd;
 }
 
 int FileExists(const std::string& path) {

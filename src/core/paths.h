@@ -2,6 +2,7 @@
 // Paths on this system. The field files come from machines whose names are
 // case-blind, so an existing file is found whatever the letter case of its
 // name, and a program named "X.EXE" finds our "x".
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,12 @@ inline constexpr char kSep = '/';
 // else a name in the same folder that differs only in letter case, else for
 // a ".exe" name the same without it. The path unchanged when none exists.
 std::string ResolveExisting(const std::string& path);
+
+// The existing plain file that the path names, opened for reading; its size
+// in `size`. The open never waits (a named pipe with no writer would hold it
+// for ever); a folder, a device or a pipe is refused with the path, as no
+// file of a known end. The caller closes the descriptor.
+int OpenPlainFile(const std::string& path, int64_t& size);
 
 // 1 if a plain file of that name exists (as ResolveExisting finds it), else
 // 0. A name with wildcards counts as existing if anything matches it.

@@ -1,7 +1,5 @@
 #include "core/text_reader.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,27 +12,18 @@
 namespace vexmor {
 
 std::string ReadWholeFile(const std::string& path) {
-  const std::string actual = ResolveExisting(path);
-  // Not blocking: a named pipe with no writer would hold the open for ever.
-  const int fd = ::open(actual.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (fd < 0) throw RunTimeFailure(FailureCode::FileNotFound, path + ": cannot be opened");
-  struct stat st {};
-  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-    const bool folder = S_ISDIR(st.st_mode);
-    ::close(fd);
-    // A device such as /dev/zero has no end to read to.
-    throw RunTimeFailure(FailureCode::PathAccess, path + (folder ? ": is a folder" : ": not a plain file"));
-  }
+  int64_t length = 0;
+  const int fd = OpenPlainFile(path, length);
   // The texts read whole (records, headers, settings) are a few MB at most;
   // a wrong pick of a many-GB file is said, not paged in until the system
   // ends us.
-  if (st.st_size > kLargestWholeText) {
+  if (length > kLargestWholeText) {
     ::close(fd);
-    throw RunTimeFailure(FailureCode::OutOfMemory, path + ": " + std::to_string(st.st_size) +
+    throw RunTimeFailure(FailureCode::OutOfMemory, path + ": " + std::to_string(length) +
                                                        " bytes, too large to be read whole as a text");
   }
   std::string text;
-  text.resize(static_cast<size_t>(st.st_size));
+  text.resize(static_cast<size_t>(length));
   size_t got = 0;
   while (got < text.size()) {
     const ssize_t n = ::read(fd, text.data() + got, text.size() - got);
